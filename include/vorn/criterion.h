@@ -1,0 +1,111 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "vorn/export.h"
+
+class CVORNBase;
+class CVORNSelector;
+
+// One rendered WHERE condition. && and || join in place: the left operand is
+// rewritten to "(<left> and <right>)" and returned, so `a && b` changes `a`.
+// A left operand whose text is empty gets no joiner ("((right))"); the right
+// operand is never tested.
+class VORN_API CVORNCriterion {
+public:
+    CVORNCriterion() = default;
+    CVORNCriterion(const CVORNCriterion& other) = default;
+    explicit CVORNCriterion(const std::string& text);
+    CVORNCriterion& operator=(const CVORNCriterion& other);
+
+    std::string toString() const;
+
+    CVORNCriterion& operator&&(const CVORNCriterion& other);
+    CVORNCriterion& operator||(const CVORNCriterion& other);
+
+private:
+    CVORNCriterion& join(std::string_view joiner, const CVORNCriterion& other);
+
+    std::string m_text;
+};
+
+// The left-hand operand of a condition. Every comparison appends its fragment
+// to the operand's own text (and most wrap it in parentheses) before returning
+// it as a CVORNCriterion, so an operand accumulates: comparing the same object
+// twice chains the two fragments. Take a fresh operand per comparison, e.g.
+// from CVORNTable::operator[].
+//
+// Quoting. Values given as std::string are escaped by doubling single quotes,
+// with these deliberate exceptions that callers must keep in mind:
+//  - operator==(const std::string&) doubles only the FIRST single quote of the
+//    value; later quotes pass through and can end the literal. Never pass
+//    untrusted text to it; use operator!= / in / a batch for such values.
+//  - notIn() appends its list verbatim.
+//  - operator!=(CVORNCriterionItem) appends the other operand's text verbatim.
+//  - operator<= / operator>= on a statement append its text verbatim.
+//  - the char comparisons write the character verbatim (a quote is not doubled).
+//  - like() relies on escapeLikePattern(): quotes are doubled, '%' and '_' stay
+//    wildcards.
+class VORN_API CVORNCriterionItem {
+public:
+    CVORNCriterionItem() = default;
+    CVORNCriterionItem(const CVORNCriterionItem& other) = default;
+    explicit CVORNCriterionItem(std::string text);
+    CVORNCriterionItem& operator=(const CVORNCriterionItem& other);
+    ~CVORNCriterionItem() = default;
+
+    // Resets the text to the escaped name and returns a copy.
+    CVORNCriterionItem operator[](const std::string& name);
+    // Appends "'" and the escaped value; no closing quote, no parentheses.
+    CVORNCriterion operator()(const std::string& value);
+    std::string toString() const;
+
+    CVORNCriterion in(const std::string& list);
+    CVORNCriterion in(const CVORNSelector& sub);
+    // The list is written verbatim: it is SQL text, not a value.
+    CVORNCriterion notIn(const std::string& list);
+    CVORNCriterion like(const std::string& pattern);
+
+    CVORNCriterion operator==(CVORNCriterionItem other);
+    CVORNCriterion operator!=(CVORNCriterionItem other);
+    // Doubles only the first single quote of value (see the class comment).
+    CVORNCriterion operator==(const std::string& value);
+    CVORNCriterion operator!=(const std::string& value);
+    CVORNCriterion operator<=(const std::string& value);
+    CVORNCriterion operator>=(const std::string& value);
+    // The sub-statement's text is written verbatim between parentheses.
+    CVORNCriterion operator<=(const CVORNBase& sub);
+    CVORNCriterion operator>=(const CVORNBase& sub);
+    // The character is written verbatim between quotes.
+    CVORNCriterion operator==(const char& c);
+    CVORNCriterion operator!=(const char& c);
+    CVORNCriterion operator==(const float& value);
+    CVORNCriterion operator==(const double& value);
+    CVORNCriterion operator!=(const float& value);
+    CVORNCriterion operator!=(const double& value);
+    CVORNCriterion operator>=(int value);
+    CVORNCriterion operator<=(int value);
+    CVORNCriterion operator==(const short& value);
+    CVORNCriterion operator==(const int& value);
+    CVORNCriterion operator==(const unsigned int& value);
+    CVORNCriterion operator==(const unsigned long& value);
+    CVORNCriterion operator==(const long& value);
+    CVORNCriterion operator!=(const short& value);
+    CVORNCriterion operator!=(const int& value);
+    CVORNCriterion operator!=(const unsigned int& value);
+    CVORNCriterion operator!=(const unsigned long& value);
+    CVORNCriterion operator!=(const long& value);
+
+private:
+    std::string m_text;
+    std::string m_auxText;
+};
+
+// Aggregates, usable as selected columns (CVORNSelector::operator<<) or as
+// operands. The texts keep a leading blank: " min(age)", " avg (age)", " count(*)".
+VORN_API CVORNCriterionItem vornMin(const CVORNCriterionItem& item);
+VORN_API CVORNCriterionItem vornMax(const CVORNCriterionItem& item);
+VORN_API CVORNCriterionItem vornAvg(const CVORNCriterionItem& item);
+VORN_API CVORNCriterionItem vornCount(const CVORNCriterionItem& item);
+VORN_API CVORNCriterionItem vornCount();

@@ -1,0 +1,105 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "vorn/export.h"
+#include "vorn/platform/type_registry.h"
+
+namespace vorn::platform {
+
+// Statement kinds, in the data-access layer's numbering.
+enum class SqlKind : std::int32_t { Read = 0, Batch = 1, Write = 4 };
+
+// Marks an execution without bound parameters.
+struct NoParameters {};
+
+// Outcome of a data-access call: outcome 0 is success; otherwise errorCode()
+// is the store's (or the adapter's) code and detail() its message, if any.
+class VORN_API ExecResult {
+public:
+    ExecResult() = default;
+    static ExecResult failure(std::uint64_t code, std::string detail);
+    static ExecResult failureWithoutDetail(std::uint64_t code);
+
+    std::int32_t outcome() const noexcept { return m_outcome; }
+    bool ok() const noexcept { return m_outcome == 0; }
+    std::uint64_t errorCode() const noexcept { return m_code; }
+    const std::optional<std::string>& detail() const noexcept { return m_detail; }
+
+private:
+    std::int32_t m_outcome = 0;
+    std::uint64_t m_code = 0;
+    std::optional<std::string> m_detail;
+};
+
+// One field of a fetched row, as text. NULL reads as the empty text.
+class VORN_API FieldValue {
+public:
+    FieldValue() = default;
+    explicit FieldValue(std::string text) : m_text(std::move(text)) {}
+
+    const std::string& str() const noexcept { return m_text; }
+    operator std::string() const { return m_text; }  // NOLINT(google-explicit-constructor)
+    // Hands the text out, leaving the field empty.
+    std::string take() noexcept { return std::move(m_text); }
+    void assign(const char* data, std::size_t size) { m_text.assign(data, size); }
+    void assign(std::string text) noexcept { m_text = std::move(text); }
+    void clear() noexcept { m_text.clear(); }
+
+private:
+    std::string m_text;
+};
+
+using Row = std::vector<FieldValue>;
+
+// The identifier under which the layer records a statement: "source:function:line".
+VORN_API std::string makeStatementId(const char* sourceName, const char* functionName, int line);
+
+// A session on the store bound to a session name (see vorn/datasource.h).
+//
+// Each thread keeps one open connection per session name and reuses it, so
+// opening a session costs no connect. Transaction state belongs to the session
+// name and the calling thread: begin on one DataSession, execute on others and
+// commit or roll back on a third, all on the same thread, form one transaction;
+// other threads are not affected. A result opened by a read stays with this
+// object (for fetchRow) and does not block writes on the same name and thread.
+class VORN_API DataSession {
+public:
+    explicit DataSession(const char* sessionName);
+    ~DataSession();
+    DataSession(const DataSession&) = delete;
+    DataSession& operator=(const DataSession&) = delete;
+
+    ExecResult beginTransaction();
+    ExecResult commit();
+    ExecResult rollback();
+
+    // Runs exactly one statement; a second statement in the text is refused
+    // with errc::kMultipleStatements. For SqlKind::Read the rows become
+    // available to fetchRow.
+    ExecResult execute(const std::string& statementId, SqlKind kind, const std::string& sql,
+                       NoParameters none);
+    // Runs a statement whose "{key}" placeholders are bound from parameters, a
+    // reference (code 101) to a ParamRefMap of column references (code 61),
+    // one row per element, all rows atomically.
+    ExecResult execute(const std::string& statementId, SqlKind kind, const std::string& sql,
+                       const TypedRef& parameters);
+
+    // Replaces the Row referenced by rowTarget (code 105) with the next row of
+    // the last read. False at the end of the result or on failure (status says
+    // which). maxRows is the fetch size hint.
+    bool fetchRow(ExecResult& status, const TypedRef& rowTarget, int maxRows);
+
+    const std::string& sessionName() const noexcept;
+
+    struct Impl;
+
+private:
+    std::unique_ptr<Impl> m_impl;
+};
+
+}  // namespace vorn::platform

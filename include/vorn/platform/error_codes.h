@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "vorn/export.h"
+
+namespace vorn::platform {
+
+// Error codes of the data-access layer. A store's own code is passed through:
+// SQLite's extended result code (1 SQLITE_ERROR, 8 SQLITE_READONLY, 2067
+// SQLITE_CONSTRAINT_UNIQUE, ...), or for PostgreSQL a code that carries the
+// SQLSTATE (see pgCodeFromSqlstate). The adapter's own refusals use the range
+// from 0x10000 on, above every SQLite code.
+namespace errc {
+inline constexpr std::uint64_t kAdapterBase = 0x10000;
+// The session name's data source is malformed or has an unknown URL scheme.
+inline constexpr std::uint64_t kDataSourceInvalid = kAdapterBase + 1;
+// The text holds a second statement after the first; nothing was run.
+inline constexpr std::uint64_t kMultipleStatements = kAdapterBase + 2;
+// A parameter set or row target of the wrong type was passed.
+inline constexpr std::uint64_t kBadParameters = kAdapterBase + 3;
+// fetchRow on a session with no open result.
+inline constexpr std::uint64_t kNoResult = kAdapterBase + 4;
+// A batch placeholder names no column of the parameter set.
+inline constexpr std::uint64_t kUnknownPlaceholder = kAdapterBase + 5;
+}  // namespace errc
+
+// PostgreSQL errors: 0x5047 ("PG") in the two top bytes, the five ASCII
+// characters of the SQLSTATE in the five low bytes, so 23505 (unique
+// violation) is 0x5047003233353035.
+inline constexpr std::uint64_t kPgCodeMarker = 0x5047ULL << 48;
+VORN_API std::uint64_t pgCodeFromSqlstate(const std::string& sqlstate);
+// The SQLSTATE carried by a PostgreSQL code, or "" for any other code.
+VORN_API std::string sqlstateFromCode(std::uint64_t code);
+
+}  // namespace vorn::platform

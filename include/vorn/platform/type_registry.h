@@ -1,0 +1,120 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "vorn/export.h"
+
+namespace vorn::platform {
+
+// Data-type codes of the registry's numbering.
+namespace typecode {
+inline constexpr std::uint32_t kContainer = 61;   // a standard container ("std::vector")
+inline constexpr std::uint32_t kParamMap = 101;   // ParamRefMap: a batch's parameter set
+inline constexpr std::uint32_t kRowTarget = 105;  // std::vector<FieldValue>: a fetched row
+// Element types of container records.
+inline constexpr std::uint32_t kInt64 = 15;
+inline constexpr std::uint32_t kFloat = 17;
+inline constexpr std::uint32_t kDouble = 18;
+inline constexpr std::uint32_t kUInt64 = 25;
+inline constexpr std::uint32_t kString = 41;
+}  // namespace typecode
+
+// Descriptor flag: the reference does not own the object it points to.
+inline constexpr std::uint8_t kFlagReference = 0x20;
+
+struct ContainerRecord;
+
+// A general type descriptor: data-type code, flag bits, and the registry's
+// record of the type where the code alone does not describe it.
+struct TypeDescriptor {
+    std::uint32_t code = 0;
+    std::uint8_t flags = 0;
+    const ContainerRecord* record = nullptr;
+};
+
+// A non-owning typed reference to a caller's object.
+struct TypedRef {
+    TypeDescriptor type;
+    void* object = nullptr;
+};
+
+// A batch's parameter set: column key -> reference to that column's vector.
+using ParamRefMap = std::map<std::string, TypedRef>;
+
+// A heap cursor for reverse walks over a container's elements.
+struct ElementCursor {
+    void* element;  // null once the walk has passed the first element
+};
+
+// The registry's record of one container type: basic type information and the
+// element operations through which generic code (the data-access layer) walks
+// and edits a container without knowing its C++ type.
+struct ContainerRecord {
+    std::string name;
+    std::size_t objectSize = 0;
+    void* (*create)() = nullptr;           // a new empty container on the heap
+    void (*destroy)(void*) = nullptr;      // destroys such a container with its storage
+    std::uint32_t typeFlags = 0;
+
+    std::size_t (*count)(const void* container) = nullptr;
+    void* (*first)(void* container) = nullptr;                  // null when empty
+    void* (*next)(void* container, void* element) = nullptr;    // null past the end
+    void* (*previous)(void* container, void* element) = nullptr;  // null before the first
+    ElementCursor* (*makeReverseCursor)(void* container) = nullptr;  // at the last element
+    void (*freeCursor)(ElementCursor* cursor) = nullptr;
+    void (*removeLast)(void* container) = nullptr;
+    void (*clear)(void* container) = nullptr;
+    void* (*appendDefault)(void* container) = nullptr;
+    void* (*appendCopy)(void* container, const void* element) = nullptr;
+
+    std::uint32_t elementCode = 0;  // typecode::kString, kInt64, ...
+    std::uint8_t flags = 0;         // bits 0x10 and 0x20 are cleared at creation
+};
+
+// Process-wide registry of the container types used as batch columns. Records
+// are created lazily, once per type, under one recursive lock, and never freed.
+class VORN_API TypeRegistry {
+public:
+    // The registry lock (recursive).
+    static void lock();
+    static void unlock();
+
+    // Fills descriptor with code and the record of Vector, creating the record
+    // on first use. Instantiated for std::vector of std::string, std::int64_t,
+    // std::uint64_t, float and double.
+    template <class Vector>
+    static void registerVectorType(TypeDescriptor& descriptor, std::uint32_t code,
+                                   const char* name, std::uint32_t flags);
+
+    static void setTypeBasics(ContainerRecord& record, const char* name, std::size_t objectSize,
+                              void* (*create)(), void (*destroy)(void*), std::uint32_t flags);
+
+    // Number of container records created so far in this process.
+    static std::size_t recordCount();
+};
+
+// RAII holder of the registry lock.
+class RegistryLockGuard {
+public:
+    RegistryLockGuard() { TypeRegistry::lock(); }
+    ~RegistryLockGuard() { TypeRegistry::unlock(); }
+    RegistryLockGuard(const RegistryLockGuard&) = delete;
+    RegistryLockGuard& operator=(const RegistryLockGuard&) = delete;
+};
+
+extern template VORN_API void TypeRegistry::registerVectorType<std::vector<std::string>>(
+    TypeDescriptor&, std::uint32_t, const char*, std::uint32_t);
+extern template VORN_API void TypeRegistry::registerVectorType<std::vector<std::int64_t>>(
+    TypeDescriptor&, std::uint32_t, const char*, std::uint32_t);
+extern template VORN_API void TypeRegistry::registerVectorType<std::vector<std::uint64_t>>(
+    TypeDescriptor&, std::uint32_t, const char*, std::uint32_t);
+extern template VORN_API void TypeRegistry::registerVectorType<std::vector<float>>(
+    TypeDescriptor&, std::uint32_t, const char*, std::uint32_t);
+extern template VORN_API void TypeRegistry::registerVectorType<std::vector<double>>(
+    TypeDescriptor&, std::uint32_t, const char*, std::uint32_t);
+
+}  // namespace vorn::platform
