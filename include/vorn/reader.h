@@ -38,7 +38,7 @@ public:
     // Fetches the next row; false at the end of the result or when unbound.
     virtual bool hasNextElement();
     // Releases the session and the row.
-    virtual void clear();
+    virtual void clear() noexcept;
 
     // Binds the reader to a new session of that name, or returns the session
     // it is already bound to.

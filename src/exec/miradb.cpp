@@ -1,1 +1,208 @@
-// placeholder: being written
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "vorn/batch_inserter.h"
+#include "vorn/database.h"
+#include "vorn/keywords.h"
+#include "vorn/platform/data_access.h"
+#include "vorn/platform/logger.h"
+#include "vorn/platform/process.h"
+#include "vorn/platform/type_registry.h"
+#include "vorn/reader.h"
+
+namespace {
+
+using vorn::platform::DataSession;
+using vorn::platform::ExecResult;
+using vorn::platform::Logger;
+using vorn::platform::LogScrubber;
+using vorn::platform::NoParameters;
+using vorn::platform::SourceLocation;
+using vorn::platform::SqlKind;
+using vorn::platform::TypedRef;
+
+constexpr char kUnit[] = "MiraDB";
+constexpr char kExecRead[] = "execReadSQL";
+constexpr char kExecWrite[] = "execWriteSQL";
+constexpr char kExecBatch[] = "ExecBatchInserter";
+
+constexpr char kDefaultSession[] = "default";
+constexpr char kUpgradeSession[] = "NeUpgradeDB";
+constexpr char kBackupSession[] = "NeBackupDB";
+// The two backup processes of the platform; only the low 16 bits of a process
+// identifier are compared.
+constexpr std::uint64_t kBackupProcess = 4073;
+constexpr std::uint64_t kSecondBackupProcess = 4222;
+constexpr std::uint64_t kProcessIdMask = 0xFFFF;
+
+constexpr unsigned long kRefused = 1;
+constexpr std::uint32_t kRefusalLogCode = 1;
+
+std::string tagged(std::string_view message) {
+    std::string text(vorn::text::kLogTag);
+    text.append(message);
+    return text;
+}
+
+void logRefusal(const char* function, int line, std::string_view message) {
+    Logger::error(kRefusalLogCode, SourceLocation{kUnit, function, line},
+                  LogScrubber::scrub(tagged(message)));
+}
+
+// A failed execution is reported at information level with the store's detail.
+unsigned long reportFailure(const char* function, int line, const ExecResult& status) {
+    Logger::info(SourceLocation{kUnit, function, line},
+                 LogScrubber::scrub(tagged(status.detail().value_or(std::string()))));
+    return status.errorCode();
+}
+
+template <class Vector>
+std::size_t referTo(TypedRef& ref, Vector& column) {
+    vorn::platform::TypeRegistry::registerVectorType<Vector>(
+        ref.type, vorn::platform::typecode::kContainer, "std::vector", 0);
+    ref.type.flags |= vorn::platform::kFlagReference;
+    ref.object = &column;
+    return column.size();
+}
+
+// Points ref at the vector that holds column's values and returns its length;
+// a column of an unknown type has no reference and length 0.
+std::size_t referToColumn(vorn::platform::ParamRefMap& refs, const std::string& key,
+                          BaseTypeVector& column) {
+    switch (column.m_type) {
+        case BaseTypeVector::TYPE_STRING:
+            return referTo(refs[key], column.m_strVec);
+        case BaseTypeVector::TYPE_SIGNED:
+            return referTo(refs[key], column.m_longVec);
+        case BaseTypeVector::TYPE_UNSIGNED:
+            return referTo(refs[key], column.m_ulongVec);
+        case BaseTypeVector::TYPE_FLOAT:
+            return referTo(refs[key], column.m_floatVec);
+        case BaseTypeVector::TYPE_DOUBLE:
+            return referTo(refs[key], column.m_doubleVec);
+    }
+    return 0;
+}
+
+}  // namespace
+
+CVORN::~CVORN() = default;
+
+MIRAsqlDB::MIRAsqlDB(bool useProcessSessionName) : m_useProcessSessionName(useProcessSessionName) {}
+
+MIRAsqlDB::~MIRAsqlDB() = default;
+
+const char* MIRAsqlDB::sessionName() const {
+    using vorn::platform::currentProcessId;
+    if (!m_useProcessSessionName) {
+        return kDefaultSession;
+    }
+    if ((currentProcessId() & kProcessIdMask) == kBackupProcess) {
+        return kBackupSession;
+    }
+    if ((currentProcessId() & kProcessIdMask) == kSecondBackupProcess) {
+        return kBackupSession;
+    }
+    return kUpgradeSession;
+}
+
+unsigned long MIRAsqlDB::beginTransaction() {
+    DataSession session(sessionName());
+    return session.beginTransaction().errorCode();
+}
+
+unsigned long MIRAsqlDB::commitTransaction() {
+    DataSession session(sessionName());
+    return session.commit().errorCode();
+}
+
+unsigned long MIRAsqlDB::rollbackTransaction() {
+    DataSession session(sessionName());
+    return session.rollback().errorCode();
+}
+
+unsigned long MIRAsqlDB::execReadSQL(const CVORNBase& statement, CVORNReader& reader) {
+    vorn::platform::FunctionTrace trace(SourceLocation{kUnit, kExecRead, 55});
+    const std::string sql = statement.toString();
+    if (sql.empty()) {
+        logRefusal(kExecRead, 58, "Exception! strSQL is empty string!");
+        return kRefused;
+    }
+    DataSession* session = reader.initializeSession(sessionName());
+    if (session == nullptr) {
+        logRefusal(kExecRead, 69, "Exception! strSQL is empty string!");
+        return kRefused;
+    }
+    static const std::string id = vorn::platform::makeStatementId(kUnit, kExecRead, 63);
+    const ExecResult status = session->execute(id, SqlKind::Read, sql, NoParameters{});
+    if (status.outcome() == 0) {
+        return 0;
+    }
+    return reportFailure(kExecRead, 65, status);
+}
+
+unsigned long MIRAsqlDB::execWriteSQL(const CVORNBase& statement) {
+    const std::string sql = statement.toString();
+    if (sql.empty()) {
+        logRefusal(kExecWrite, 80, "execWriteSQL! strSQL is empty string!");
+        return kRefused;
+    }
+    static const std::string id = vorn::platform::makeStatementId(kUnit, kExecWrite, 84);
+    ExecResult status;
+    {
+        DataSession session(sessionName());
+        status = session.execute(id, SqlKind::Write, sql, NoParameters{});
+    }
+    if (status.outcome() == 0) {
+        return 0;
+    }
+    return reportFailure(kExecWrite, 86, status);
+}
+
+unsigned long MIRAsqlDB::ExecBatchInserter(const BatchInserter& batch) {
+    const std::string sql = batch.toString();
+    if (sql.empty()) {
+        logRefusal(kExecBatch, 97, "ExecBatchInserter! strSQL is empty string!");
+        return kRefused;
+    }
+    // The one copy of the columns this call makes; the references below point
+    // into it, never into the caller's inserter.
+    std::map<std::string, BaseTypeVector> paramMap;
+    batch.GetParam(paramMap);
+    if (paramMap.empty()) {
+        Logger::info(SourceLocation{kUnit, kExecBatch, 105},
+                     LogScrubber::scrub(tagged("ExecBatchInserter! paramMap is empty!")));
+        return 0;
+    }
+
+    vorn::platform::ParamRefMap refs;
+    std::uint32_t rows = 0;
+    bool firstColumn = true;
+    for (auto& [key, column] : paramMap) {
+        // Only the low 32 bits of the lengths are compared.
+        const auto count = static_cast<std::uint32_t>(referToColumn(refs, key, column));
+        if (!firstColumn && count != rows) {
+            logRefusal(kExecBatch, 141, "ExecBatchInserter! paramMap is error!");
+            return kRefused;
+        }
+        rows = count;
+        firstColumn = false;
+    }
+
+    static const std::string id = vorn::platform::makeStatementId(kUnit, kExecBatch, 147);
+    ExecResult status;
+    {
+        DataSession session(sessionName());
+        const TypedRef parameters{
+            vorn::platform::TypeDescriptor{vorn::platform::typecode::kParamMap,
+                                           vorn::platform::kFlagReference, nullptr},
+            &refs};
+        status = session.execute(id, SqlKind::Batch, sql, parameters);
+    }
+    if (status.outcome() == 0) {
+        return 0;
+    }
+    return reportFailure(kExecBatch, 149, status);
+}

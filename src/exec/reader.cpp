@@ -1,1 +1,186 @@
-// placeholder: being written
+#include "vorn/reader.h"
+
+#include <cstdlib>
+#include <sstream>
+#include <string_view>
+
+#include "vorn/keywords.h"
+
+namespace {
+
+using vorn::platform::DataSession;
+using vorn::platform::TypedRef;
+
+// Formatted extraction as a standard string stream does it (leading blanks
+// skipped, failure and overflow values as the stream sets them). One stream per
+// thread is reused: constructing a stream per field would dominate the cost.
+template <class T>
+T streamExtract(const std::string& text) {
+    thread_local std::istringstream stream;
+    stream.clear();
+    stream.str(text);
+    T value{};
+    stream >> value;
+    return value;
+}
+
+// int and unsigned int read the boolean words of a boolean column as 0 and 1.
+template <class T>
+T extractIntegerOrBoolean(const std::string& text) {
+    if (text == vorn::text::kFALSE || text == vorn::text::kFalse) {
+        return 0;
+    }
+    if (text == vorn::text::kTRUE || text == vorn::text::kTrue) {
+        return 1;
+    }
+    return streamExtract<T>(text);
+}
+
+}  // namespace
+
+CVORNReader::~CVORNReader() {
+    m_nullFlag = nullptr;
+    CVORNReader::clear();
+}
+
+DataSession* CVORNReader::initializeSession(const std::string& sessionName) {
+    if (m_session == nullptr) {
+        m_session = new DataSession(sessionName.c_str());
+    }
+    return m_session;
+}
+
+bool CVORNReader::hasNextElement() {
+    m_fetched = true;
+    if (m_session == nullptr) {
+        return false;
+    }
+    vorn::platform::ExecResult status;  // the fetch's own status is not reported
+    const TypedRef target{
+        vorn::platform::TypeDescriptor{vorn::platform::typecode::kRowTarget,
+                                       vorn::platform::kFlagReference, nullptr},
+        &m_row};
+    const bool fetched = m_session->fetchRow(status, target, 100);
+    if (fetched) {
+        m_fieldIndex = 0;
+    }
+    return fetched;
+}
+
+bool CVORNReader::operator()() {
+    return hasNextElement();
+}
+
+std::string CVORNReader::getNextField() {
+    if (!m_fetched && !hasNextElement()) {
+        return std::string();
+    }
+    if (m_fieldIndex < m_row.size()) {
+        // Each field is handed out once, so its text can be moved out of the row.
+        return m_row[m_fieldIndex++].take();
+    }
+    return std::string();
+}
+
+CVORNReader& CVORNReader::operator>>(CVORNNull& marker) {
+    m_nullFlag = &marker.m_isNull;
+    return *this;
+}
+
+bool CVORNReader::markNullIf(bool empty) {
+    if (empty && m_nullFlag != nullptr) {
+        *m_nullFlag = true;
+    }
+    m_nullFlag = nullptr;
+    return empty;
+}
+
+CVORNReader& CVORNReader::operator>>(char& value) {
+    const std::string text = getNextField();
+    if (!markNullIf(text.empty())) {
+        value = text.front();
+    }
+    return *this;
+}
+
+CVORNReader& CVORNReader::operator>>(short& value) {
+    const std::string text = getNextField();
+    if (!markNullIf(text.empty())) {
+        value = streamExtract<short>(text);
+    }
+    return *this;
+}
+
+CVORNReader& CVORNReader::operator>>(unsigned short& value) {
+    const std::string text = getNextField();
+    if (!markNullIf(text.empty())) {
+        value = streamExtract<unsigned short>(text);
+    }
+    return *this;
+}
+
+CVORNReader& CVORNReader::operator>>(int& value) {
+    const std::string text = getNextField();
+    if (!markNullIf(text.empty())) {
+        value = extractIntegerOrBoolean<int>(text);
+    }
+    return *this;
+}
+
+CVORNReader& CVORNReader::operator>>(unsigned int& value) {
+    const std::string text = getNextField();
+    if (!markNullIf(text.empty())) {
+        value = extractIntegerOrBoolean<unsigned int>(text);
+    }
+    return *this;
+}
+
+CVORNReader& CVORNReader::operator>>(long& value) {
+    const std::string text = getNextField();
+    if (!markNullIf(text.empty())) {
+        value = std::strtol(text.c_str(), nullptr, 10);
+    }
+    return *this;
+}
+
+CVORNReader& CVORNReader::operator>>(unsigned long& value) {
+    const std::string text = getNextField();
+    if (!markNullIf(text.empty())) {
+        value = std::strtoul(text.c_str(), nullptr, 10);
+    }
+    return *this;
+}
+
+CVORNReader& CVORNReader::operator>>(float& value) {
+    const std::string text = getNextField();
+    if (!markNullIf(text.empty())) {
+        value = static_cast<float>(std::strtod(text.c_str(), nullptr));
+    }
+    return *this;
+}
+
+CVORNReader& CVORNReader::operator>>(double& value) {
+    const std::string text = getNextField();
+    if (!markNullIf(text.empty())) {
+        value = std::strtod(text.c_str(), nullptr);
+    }
+    return *this;
+}
+
+CVORNReader& CVORNReader::operator>>(std::string& value) {
+    value = getNextField();
+    // The store writes a single blank for an empty text, so it reads as empty.
+    if (value == " ") {
+        value.clear();
+    }
+    markNullIf(value.empty());
+    return *this;
+}
+
+void CVORNReader::clear() noexcept {
+    delete m_session;
+    m_session = nullptr;
+    m_row.clear();
+    m_fieldIndex = 0;
+    m_fetched = false;
+}
