@@ -11,7 +11,7 @@ class CVORNSelector;
 // One rendered WHERE condition. && and || join in place: the left operand is
 // rewritten to "(<left> and <right>)" and returned, so `a && b` changes `a`.
 // A left operand whose text is empty gets no joiner ("((right))"); the right
-// operand is never tested.
+// operand is never tested ("((age=5) and )").
 class VORN_API CVORNCriterion {
 public:
     CVORNCriterion() = default;
@@ -33,18 +33,30 @@ private:
 // The left-hand operand of a condition. Every comparison appends its fragment
 // to the operand's own text (and most wrap it in parentheses) before returning
 // it as a CVORNCriterion, so an operand accumulates: comparing the same object
-// twice chains the two fragments. Take a fresh operand per comparison, e.g.
-// from CVORNTable::operator[].
+// twice chains the two fragments ("((age=1)=2)"). Take a fresh operand per
+// comparison, e.g. from CVORNTable::operator[].
+//
+// Spacing is uneven on purpose: equality and inequality are written without
+// blanks ("(age=5)", "(name!='x')"), the ordering comparisons with one blank on
+// each side ("(age >= 18)"), and in / not in / LIKE keep their blanks but get
+// no parentheses of their own ("id in (1,2)").
 //
 // Quoting. Values given as std::string are escaped by doubling single quotes,
 // with these deliberate exceptions that callers must keep in mind:
 //  - operator==(const std::string&) doubles only the FIRST single quote of the
-//    value; later quotes pass through and can end the literal. Never pass
-//    untrusted text to it; use operator!= / in / a batch for such values.
+//    value; later quotes pass through and end the literal, so the rest of the
+//    value is read as SQL: "x'' OR 1=1 OR ''='" renders
+//    "(c='x''' OR 1=1 OR ''='')", which matches every row. Never pass
+//    untrusted text to it; use operator!=, operator<=, operator>= or a batch
+//    for such values.
 //  - notIn() appends its list verbatim.
 //  - operator!=(CVORNCriterionItem) appends the other operand's text verbatim.
 //  - operator<= / operator>= on a statement append its text verbatim.
-//  - the char comparisons write the character verbatim (a quote is not doubled).
+//  - the char comparisons write the character verbatim: a quote is not doubled
+//    and leaves the literal open ("(c=''')").
+//  - in(const std::string&) doubles every quote of its list, so a list of
+//    quoted strings ("'a','b'") no longer reads as strings; in() with a
+//    selector does the same to the sub-select's text.
 //  - like() relies on escapeLikePattern(): quotes are doubled, '%' and '_' stay
 //    wildcards.
 class VORN_API CVORNCriterionItem {
@@ -61,25 +73,33 @@ public:
     CVORNCriterion operator()(const std::string& value);
     std::string toString() const;
 
+    // " in (<list>)" with every quote of the list doubled.
     CVORNCriterion in(const std::string& list);
+    // " in (<sub-select>)" with every quote of the sub-select's text doubled.
     CVORNCriterion in(const CVORNSelector& sub);
-    // The list is written verbatim: it is SQL text, not a value.
+    // " not in (<list>)". The list is written verbatim: it is SQL text, not a
+    // value, and must never carry caller-supplied data.
     CVORNCriterion notIn(const std::string& list);
     CVORNCriterion like(const std::string& pattern);
 
+    // The other operand's text with its quotes doubled.
     CVORNCriterion operator==(CVORNCriterionItem other);
+    // The other operand's text verbatim.
     CVORNCriterion operator!=(CVORNCriterionItem other);
-    // Doubles only the first single quote of value (see the class comment).
+    // Doubles only the first single quote of value (see the class comment):
+    // unsafe for untrusted text.
     CVORNCriterion operator==(const std::string& value);
     CVORNCriterion operator!=(const std::string& value);
     CVORNCriterion operator<=(const std::string& value);
     CVORNCriterion operator>=(const std::string& value);
-    // The sub-statement's text is written verbatim between parentheses.
+    // The sub-statement's text is written verbatim between parentheses; it is
+    // SQL text and must not be assembled from untrusted input.
     CVORNCriterion operator<=(const CVORNBase& sub);
     CVORNCriterion operator>=(const CVORNBase& sub);
     // The character is written verbatim between quotes.
     CVORNCriterion operator==(const char& c);
     CVORNCriterion operator!=(const char& c);
+    // "%f": six decimals, no exponent.
     CVORNCriterion operator==(const float& value);
     CVORNCriterion operator==(const double& value);
     CVORNCriterion operator!=(const float& value);
@@ -98,7 +118,17 @@ public:
     CVORNCriterion operator!=(const long& value);
 
 private:
+    // The criterion over the current text, without parentheses.
+    CVORNCriterion current() const;
+    // Encloses the text in parentheses and returns the criterion over it.
+    CVORNCriterion wrap();
+    // ==/!= on the integer types: "=%ld"/"!=%ld" for the signed ones and
+    // "=%lu"/"!=%lu" for the unsigned ones, the value widened to 64 bits.
+    template <typename Int>
+    CVORNCriterion createCriterionWithInt(Int value, bool isEqual, bool isUnsigned);
+
     std::string m_text;
+    // Copied and assigned with the operand; nothing else reads or sets it.
     std::string m_auxText;
 };
 

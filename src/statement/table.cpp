@@ -1,1 +1,26 @@
-// placeholder: being written
+#include <utility>
+
+#include "vorn/base.h"
+#include "vorn/criterion.h"
+#include "vorn/platform/string_helpers.h"
+
+CVORNTable::CVORNTable(const std::string& name) : m_tableName(name) {}
+
+std::string CVORNTable::getTableName() const { return m_tableName; }
+
+CVORNColumn CVORNTable::column(const std::string& columnName) const {
+    return CVORNColumn(m_tableName, columnName);
+}
+
+CVORNCriterionItem CVORNTable::operator[](const std::string& columnName) const {
+    // Without a table name the column is dropped as well: callers always name
+    // the table here.
+    if (m_tableName.empty()) {
+        return CVORNCriterionItem(std::string());
+    }
+    const std::string escaped = vorn::platform::escapeSingleQuotes(columnName);
+    std::string text;
+    text.reserve(m_tableName.size() + 1 + escaped.size());
+    text.append(m_tableName).append(1, '.').append(escaped);
+    return CVORNCriterionItem(std::move(text));
+}

@@ -30,6 +30,8 @@ inline constexpr std::uint64_t kUnknownPlaceholder = kAdapterBase + 5;
 // characters of the SQLSTATE in the five low bytes, so 23505 (unique
 // violation) is 0x5047003233353035.
 inline constexpr std::uint64_t kPgCodeMarker = 0x5047ULL << 48;
+// Lower-case letters are taken as upper case; a text that is not five digits
+// or letters gives the code of XX000 (internal_error).
 VORN_API std::uint64_t pgCodeFromSqlstate(const std::string& sqlstate);
 // The SQLSTATE carried by a PostgreSQL code, or "" for any other code.
 VORN_API std::string sqlstateFromCode(std::uint64_t code);

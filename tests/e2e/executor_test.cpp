@@ -1,0 +1,184 @@
+// The executor against the embedded store: refusals, store failures, the
+// session-name rule and the guard.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "log_capture.h"
+#include "store_fixture.h"
+#include "vorn/vorn.h"
+
+namespace vorn::test {
+namespace {
+
+using platform::LogLevel;
+
+class ExecutorTest : public StoreTest {};
+
+TEST_F(ExecutorTest, EmptyStatementsAreRefusedWithoutOpeningASession) {
+    LogCapture log;
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    CVORNsqlstr never;
+    CVORNReader reader;
+
+    EXPECT_EQ(db->execWriteSQL(never), 1u);
+    EXPECT_EQ(db->execReadSQL(never, reader), 1u);
+
+    const auto errors = log.at(LogLevel::Error);
+    ASSERT_EQ(errors.size(), 2u);
+    EXPECT_EQ(errors[0].code, 1u);
+    EXPECT_EQ(errors[0].unit, "MiraDB");
+    EXPECT_EQ(errors[0].function, "execWriteSQL");
+    EXPECT_EQ(errors[0].line, 80);
+    EXPECT_EQ(errors[0].text, "[VORNLib]execWriteSQL! strSQL is empty string!");
+    EXPECT_EQ(errors[1].code, 1u);
+    EXPECT_EQ(errors[1].function, "execReadSQL");
+    EXPECT_EQ(errors[1].line, 58);
+    EXPECT_EQ(errors[1].text, "[VORNLib]Exception! strSQL is empty string!");
+
+    EXPECT_FALSE(reader.hasNextElement());
+    EXPECT_FALSE(std::filesystem::exists(dataFile("default")));
+}
+
+TEST_F(ExecutorTest, ClearedRawStatementIsEmptyAgain) {
+    CVORNsqlstr statement;
+    statement.assign("create table t(x)");
+    statement.clear();
+    EXPECT_EQ(runWrite(statement.toString()), 1u);
+}
+
+struct StoreFailure {
+    const char* name;
+    const char* sql;
+    unsigned long code;
+    const char* detail;
+};
+
+class WriteFailureTest : public StoreTest, public ::testing::WithParamInterface<StoreFailure> {};
+
+TEST_P(WriteFailureTest, ReturnsTheStoreCodeAndLogsItsDetailAtInformationLevel) {
+    ASSERT_EQ(runWrite("create table kept(id integer primary key, name text unique)"), 0u);
+    ASSERT_EQ(runWrite("insert into kept values(1, 'one')"), 0u);
+    LogCapture log;
+
+    EXPECT_EQ(runWrite(GetParam().sql), GetParam().code);
+
+    const auto infos = log.at(LogLevel::Info);
+    ASSERT_EQ(infos.size(), 1u);
+    EXPECT_EQ(infos[0].unit, "MiraDB");
+    EXPECT_EQ(infos[0].function, "execWriteSQL");
+    EXPECT_EQ(infos[0].line, 86);
+    EXPECT_EQ(infos[0].text, std::string("[VORNLib]") + GetParam().detail);
+    EXPECT_TRUE(log.at(LogLevel::Error).empty());
+    EXPECT_EQ(runQuery("select id, name from kept", 2), (Rows{{"1", "one"}}));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Store, WriteFailureTest,
+    ::testing::Values(
+        StoreFailure{"Syntax", "insert into kept valeus(2)", 1, "near \"valeus\": syntax error"},
+        StoreFailure{"MissingTable", "insert into nowhere values(2)", 1,
+                     "no such table: nowhere"},
+        StoreFailure{"PrimaryKey", "insert into kept values(1, 'x')", 1555,
+                     "UNIQUE constraint failed: kept.id"},
+        StoreFailure{"Unique", "insert into kept values(2, 'one')", 2067,
+                     "UNIQUE constraint failed: kept.name"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(ExecutorTest, FailedReadReturnsTheStoreCodeAndLogsAtInformationLevel) {
+    LogCapture log;
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    CVORNsqlstr query;
+    query.assign("select * from missing");
+    CVORNReader reader;
+
+    EXPECT_EQ(db->execReadSQL(query, reader), 1u);
+
+    const auto infos = log.at(LogLevel::Info);
+    ASSERT_EQ(infos.size(), 1u);
+    EXPECT_EQ(infos[0].function, "execReadSQL");
+    EXPECT_EQ(infos[0].line, 65);
+    EXPECT_EQ(infos[0].text, "[VORNLib]no such table: missing");
+    EXPECT_FALSE(reader.hasNextElement());
+}
+
+TEST_F(ExecutorTest, ReadsAreTracedAndWritesAreNot) {
+    ASSERT_EQ(runWrite("create table t(x)"), 0u);
+    LogCapture log;
+    ASSERT_EQ(runWrite("insert into t values(1)"), 0u);
+    EXPECT_TRUE(log.at(LogLevel::Trace).empty());
+
+    runQuery("select x from t", 1);
+
+    const auto traces = log.at(LogLevel::Trace);
+    ASSERT_FALSE(traces.empty());
+    for (const auto& record : traces) {
+        EXPECT_EQ(record.unit, "MiraDB");
+        EXPECT_EQ(record.function, "execReadSQL");
+        EXPECT_EQ(record.line, 55);
+    }
+}
+
+// The process identity used by the session-name rule.
+std::uint64_t g_processId = 0;
+std::uint64_t fakeProcessId() {
+    return g_processId;
+}
+
+struct SessionCase {
+    bool useProcessSessionName;
+    std::uint64_t processId;
+    const char* session;
+};
+
+class SessionNameTest : public StoreTest, public ::testing::WithParamInterface<SessionCase> {};
+
+TEST_P(SessionNameTest, ChoosesTheStoreByFlagAndProcessIdentity) {
+    g_processId = GetParam().processId;
+    platform::setProcessIdSource(&fakeProcessId);
+
+    CVORN* db = nullptr;
+    GuardDB guard("SettingInfoDB", db, GetParam().useProcessSessionName);
+    EXPECT_STREQ(static_cast<MIRAsqlDB*>(db)->sessionName(), GetParam().session);
+    CVORNsqlstr create;
+    create.assign("create table marker(x)");
+    ASSERT_EQ(db->execWriteSQL(create), 0u);
+
+    for (const char* session : {"default", "NeBackupDB", "NeUpgradeDB"}) {
+        EXPECT_EQ(std::filesystem::exists(dataFile(session)),
+                  std::string(session) == GetParam().session)
+            << session;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rule, SessionNameTest,
+    ::testing::Values(SessionCase{false, 4073, "default"}, SessionCase{false, 4222, "default"},
+                      SessionCase{false, 1234, "default"}, SessionCase{true, 4073, "NeBackupDB"},
+                      SessionCase{true, 4222, "NeBackupDB"},
+                      SessionCase{true, 4073 + 65536, "NeBackupDB"},
+                      SessionCase{true, 4222 + 3 * 65536, "NeBackupDB"},
+                      SessionCase{true, 4074, "NeUpgradeDB"},
+                      SessionCase{true, 65536, "NeUpgradeDB"},
+                      SessionCase{true, 1234, "NeUpgradeDB"}));
+
+TEST_F(ExecutorTest, GuardIgnoresItsNameAndHandsOutTheObjectItOwns) {
+    CVORN* db = nullptr;
+    {
+        GuardDB guard("DevInfoDB", db, false);
+        ASSERT_NE(db, nullptr);
+        CVORNsqlstr create;
+        create.assign("create table t(x)");
+        EXPECT_EQ(db->execWriteSQL(create), 0u);
+    }
+    EXPECT_TRUE(std::filesystem::exists(dataFile("default")));
+    EXPECT_FALSE(std::filesystem::exists(dataFile("DevInfoDB")));
+}
+
+}  // namespace
+}  // namespace vorn::test

@@ -1,0 +1,212 @@
+// The reader's typed extraction of fields fetched from the embedded store.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdint>
+#include <limits>
+#include <string>
+
+#include "store_fixture.h"
+#include "vorn/vorn.h"
+
+namespace vorn::test {
+namespace {
+
+class ReaderTest : public StoreTest {
+protected:
+    // Stores one SQL literal in an untyped column and reads it back into a T
+    // that starts as `initial`, with a fresh CVORNNull before the field.
+    template <class T>
+    std::pair<T, bool> readBack(const std::string& literal, T initial) {
+        EXPECT_EQ(runWrite("create table if not exists v(x)"), 0u);
+        EXPECT_EQ(runWrite("delete from v"), 0u);
+        EXPECT_EQ(runWrite("insert into v values(" + literal + ")"), 0u);
+        CVORN* db = nullptr;
+        GuardDB guard("TaskDB", db, false);
+        CVORNsqlstr query;
+        query.assign("select x from v");
+        CVORNReader reader;
+        EXPECT_EQ(db->execReadSQL(query, reader), 0u);
+        CVORNNull null;
+        T value = initial;
+        reader >> null >> value;
+        return {value, static_cast<bool>(null)};
+    }
+};
+
+TEST_F(ReaderTest, IntegersKnowTheBooleanWordsButOtherWidthsDoNot) {
+    struct Case {
+        const char* literal;
+        int asInt;
+        unsigned int asUnsigned;
+        long asLong;
+        short asShort;
+    };
+    const Case cases[] = {
+        {"'true'", 1, 1, 0, 0},  {"'TRUE'", 1, 1, 0, 0},  {"'false'", 0, 0, 0, 0},
+        {"'FALSE'", 0, 0, 0, 0}, {"'True'", 0, 0, 0, 0},  {"42", 42, 42, 42, 42},
+        {"' 7'", 7, 7, 7, 7},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.literal);
+        EXPECT_EQ(readBack<int>(c.literal, -5), std::make_pair(c.asInt, false));
+        EXPECT_EQ(readBack<unsigned int>(c.literal, 5u), std::make_pair(c.asUnsigned, false));
+        EXPECT_EQ(readBack<long>(c.literal, -5L), std::make_pair(c.asLong, false));
+        EXPECT_EQ(readBack<short>(c.literal, short{-5}), std::make_pair(c.asShort, false));
+    }
+}
+
+TEST_F(ReaderTest, NumbersReachTheLimitsOfTheirTypes) {
+    EXPECT_EQ(readBack<long>("-9223372036854775808", 0L).first, LONG_MIN);
+    EXPECT_EQ(readBack<long>("9223372036854775807", 0L).first, LONG_MAX);
+    EXPECT_EQ(readBack<unsigned long>("'18446744073709551615'", 0UL).first, ULONG_MAX);
+    // strtoul wraps a negative text: the bit pattern of -1 is the largest value.
+    EXPECT_EQ(readBack<unsigned long>("-1", 0UL).first, ULONG_MAX);
+    EXPECT_EQ(readBack<int>("-2147483648", 0).first, INT_MIN);
+    EXPECT_EQ(readBack<unsigned int>("4294967295", 0u).first, UINT_MAX);
+    EXPECT_EQ(readBack<short>("-32768", short{0}).first, SHRT_MIN);
+    EXPECT_EQ(readBack<unsigned short>("65535", static_cast<unsigned short>(0)).first, 65535);
+    EXPECT_EQ(readBack<double>("0.1", 0.0).first, 0.1);
+    EXPECT_EQ(readBack<double>("1e300", 0.0).first, 1e300);
+    EXPECT_EQ(readBack<double>("-2.2250738585072014e-308", 0.0).first,
+              -std::numeric_limits<double>::min());
+    EXPECT_EQ(readBack<float>("2.5", 0.0f).first, 2.5f);
+    EXPECT_EQ(readBack<char>("'xyz'", '?').first, 'x');
+}
+
+TEST_F(ReaderTest, EmptyFieldsLeaveNumbersUnchangedAndMarkTheNull) {
+    EXPECT_EQ(readBack<int>("NULL", 17), std::make_pair(17, true));
+    EXPECT_EQ(readBack<unsigned int>("NULL", 17u), std::make_pair(17u, true));
+    EXPECT_EQ(readBack<long>("''", 17L), std::make_pair(17L, true));
+    EXPECT_EQ(readBack<unsigned long>("NULL", 17UL), std::make_pair(17UL, true));
+    EXPECT_EQ(readBack<short>("NULL", short{17}), std::make_pair(short{17}, true));
+    EXPECT_EQ(readBack<double>("NULL", 1.5), std::make_pair(1.5, true));
+    EXPECT_EQ(readBack<float>("NULL", 1.5f), std::make_pair(1.5f, true));
+    EXPECT_EQ(readBack<char>("NULL", '?'), std::make_pair('?', true));
+}
+
+TEST_F(ReaderTest, TextOfOneBlankReadsAsEmptyAndNull) {
+    struct Case {
+        const char* literal;
+        std::string text;
+        bool null;
+    };
+    const Case cases[] = {
+        {"' '", "", true},          {"'  '", "  ", false},     {"NULL", "", true},
+        {"''", "", true},           {"'it''s'", "it's", false}, {"'a b'", "a b", false},
+        {"x'C3A9E282AC'", "\xC3\xA9\xE2\x82\xAC", false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.literal);
+        EXPECT_EQ(readBack<std::string>(c.literal, "previous"), std::make_pair(c.text, c.null));
+    }
+}
+
+TEST_F(ReaderTest, MissingFieldsReadAsEmptyAndAMarkerWatchesOneFieldOnly) {
+    ASSERT_EQ(runWrite("create table t(a, b, c)"), 0u);
+    ASSERT_EQ(runWrite("insert into t values(1, 'two', 3.5)"), 0u);
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    CVORNsqlstr query;
+    query.assign("select a, b, c from t");
+    CVORNReader reader;
+    ASSERT_EQ(db->execReadSQL(query, reader), 0u);
+
+    long a = 0;
+    std::string b;
+    double c = 0;
+    long fourth = 99;
+    CVORNNull watchesB;
+    CVORNNull watchesFourth;
+    // No explicit hasNextElement(): the first extraction fetches the first row.
+    reader >> a >> watchesB >> b >> c >> watchesFourth >> fourth;
+
+    EXPECT_EQ(a, 1);
+    EXPECT_EQ(b, "two");
+    EXPECT_FALSE(watchesB);
+    EXPECT_EQ(c, 3.5);
+    EXPECT_EQ(fourth, 99);
+    EXPECT_TRUE(watchesFourth);
+    EXPECT_EQ(reader.getNextField(), "");
+    EXPECT_FALSE(reader.hasNextElement());
+}
+
+TEST_F(ReaderTest, EveryFetchedRowStartsAtItsFirstField) {
+    ASSERT_EQ(runWrite("create table t(a, b)"), 0u);
+    ASSERT_EQ(runWrite("insert into t values(1, 'x'), (2, 'y'), (3, 'z')"), 0u);
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    CVORNsqlstr query;
+    query.assign("select a, b from t order by a");
+    CVORNReader reader;
+    ASSERT_EQ(db->execReadSQL(query, reader), 0u);
+
+    std::vector<long> firsts;
+    while (reader()) {
+        long a = 0;
+        reader >> a;  // the second field is left unread
+        firsts.push_back(a);
+    }
+    EXPECT_EQ(firsts, (std::vector<long>{1, 2, 3}));
+}
+
+TEST_F(ReaderTest, UnboundReaderYieldsNothing) {
+    CVORNReader reader;
+    int value = 5;
+    std::string text = "kept";
+    CVORNNull null;
+    reader >> null >> value >> text;
+    EXPECT_EQ(value, 5);
+    EXPECT_EQ(text, "");
+    EXPECT_TRUE(null);
+    EXPECT_FALSE(reader.hasNextElement());
+}
+
+TEST_F(ReaderTest, ClearedReaderRunsASecondQuery) {
+    ASSERT_EQ(runWrite("create table t(a)"), 0u);
+    ASSERT_EQ(runWrite("insert into t values(1), (2)"), 0u);
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    CVORNsqlstr first;
+    first.assign("select a from t where a = 1");
+    CVORNsqlstr second;
+    second.assign("select a * 10 from t where a = 2");
+    CVORNReader reader;
+
+    ASSERT_EQ(db->execReadSQL(first, reader), 0u);
+    long value = 0;
+    reader >> value;
+    EXPECT_EQ(value, 1);
+    reader.clear();
+    ASSERT_EQ(db->execReadSQL(second, reader), 0u);
+    reader >> value;
+    EXPECT_EQ(value, 20);
+}
+
+TEST_F(ReaderTest, AnOpenResultDoesNotBlockWritesOnTheSameSession) {
+    ASSERT_EQ(runWrite("create table src(a)"), 0u);
+    ASSERT_EQ(runWrite("create table dst(a)"), 0u);
+    ASSERT_EQ(runWrite("insert into src values(1), (2), (3)"), 0u);
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    CVORNsqlstr query;
+    query.assign("select a from src order by a");
+    CVORNReader reader;
+    ASSERT_EQ(db->execReadSQL(query, reader), 0u);
+
+    long copied = 0;
+    while (reader.hasNextElement()) {
+        long a = 0;
+        reader >> a;
+        CVORNsqlstr insert;
+        insert.assign("insert into dst values(" + std::to_string(a) + ")");
+        ASSERT_EQ(db->execWriteSQL(insert), 0u);
+        ++copied;
+    }
+    EXPECT_EQ(copied, 3);
+    reader.clear();
+    EXPECT_EQ(runQuery("select count(*) from dst", 1), (Rows{{"3"}}));
+}
+
+}  // namespace
+}  // namespace vorn::test
