@@ -29,9 +29,12 @@ struct LogRecord {
 using LogSink = std::function<void(const LogRecord&)>;
 
 // The library's log. By default every record at or above the threshold goes to
-// stderr as one line: time, level, code (errors only), unit:function:line and
-// the text. The threshold is Info unless VORN_LOG_LEVEL (trace, info, error,
-// off) says otherwise; a host process can route records elsewhere with one call.
+// stderr as one line: time, level, process:thread, unit:function:line, the code
+// (errors only, "code=N") and the text as given. The text is not filtered here:
+// callers pass it through LogScrubber first. The threshold is Info unless
+// VORN_LOG_LEVEL (trace, info, error, off; read at first use) says otherwise; a
+// disabled level costs one atomic load. A host process can route records
+// elsewhere with one call.
 class VORN_API Logger {
 public:
     static void error(std::uint32_t code, const SourceLocation& where, const std::string& text);
@@ -42,11 +45,17 @@ public:
     static LogLevel level();
     static bool enabled(LogLevel level);
 
-    // Hands every record to sink instead of the current destination.
+    // Hands every record to sink instead of the current destination; an empty
+    // sink restores stderr. The sink is called from many threads at once. Once
+    // this (or any of the logTo calls) returns, the previous destination gets
+    // no further record. A sink must not change the destination itself; an
+    // exception it throws is not passed on (the record is dropped).
     static void setSink(LogSink sink);
     // Routes records to stderr (the default), an appended file or syslog.
+    // logToFile returns false, logs an error and keeps the current destination
+    // when the file cannot be opened.
     static void logToStderr();
-    static void logToFile(const std::string& path);
+    static bool logToFile(const std::string& path);
     static void logToSyslog(const std::string& ident);
 };
 

@@ -77,9 +77,11 @@ private:
 }  // namespace
 
 std::shared_ptr<LogDestination> stderrDestination() {
-    static const std::shared_ptr<LogDestination> destination = std::make_shared<SpdlogDestination>(
-        std::make_shared<spdlog::sinks::stderr_sink_mt>(), kLinePattern);
-    return destination;
+    // Never destroyed: records may still arrive while the process exits.
+    static const auto* const destination =
+        new std::shared_ptr<LogDestination>(std::make_shared<SpdlogDestination>(
+            std::make_shared<spdlog::sinks::stderr_sink_mt>(), kLinePattern));
+    return *destination;
 }
 
 std::shared_ptr<LogDestination> makeFileDestination(const std::string& path) {

@@ -1,0 +1,145 @@
+// Executing raw statements and reading rows through the library, beside the
+// SQLite C API doing the same work on the same database file in the same run.
+#include <benchmark/benchmark.h>
+#include <sqlite3.h>
+#include <stdlib.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "ratio_reporter.h"
+#include "store_setup.h"
+#include "vorn/vorn.h"
+
+namespace {
+
+constexpr int kReadRows = 100000;
+const char* const kInsertVorn = "insert into w_vorn(id, name, value) values(1, 'alarm', 2.5)";
+const char* const kInsertRaw = "insert into w_raw(id, name, value) values(1, 'alarm', 2.5)";
+const char* const kSelect = "select id, name, value from r";
+
+vorn::bench::Store* g_store = nullptr;
+
+void BM_Write_Vorn(benchmark::State& state) {
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    CVORNsqlstr insert;
+    insert.assign(kInsertVorn);
+    for (auto _ : state) {
+        if (db->execWriteSQL(insert) != 0) {
+            state.SkipWithError("write failed");
+            break;
+        }
+    }
+}
+
+void BM_Write_RawSqlite(benchmark::State& state) {
+    for (auto _ : state) {
+        if (sqlite3_exec(g_store->raw(), kInsertRaw, nullptr, nullptr, nullptr) != SQLITE_OK) {
+            state.SkipWithError("write failed");
+            break;
+        }
+    }
+}
+
+void BM_WriteInTransaction_Vorn(benchmark::State& state) {
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    CVORNsqlstr insert;
+    insert.assign(kInsertVorn);
+    db->beginTransaction();
+    for (auto _ : state) {
+        if (db->execWriteSQL(insert) != 0) {
+            state.SkipWithError("write failed");
+            break;
+        }
+    }
+    db->commitTransaction();
+}
+
+void BM_WriteInTransaction_RawSqlite(benchmark::State& state) {
+    sqlite3_exec(g_store->raw(), "begin", nullptr, nullptr, nullptr);
+    for (auto _ : state) {
+        if (sqlite3_exec(g_store->raw(), kInsertRaw, nullptr, nullptr, nullptr) != SQLITE_OK) {
+            state.SkipWithError("write failed");
+            break;
+        }
+    }
+    sqlite3_exec(g_store->raw(), "commit", nullptr, nullptr, nullptr);
+}
+
+void BM_Read100k_Vorn(benchmark::State& state) {
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    CVORNsqlstr query;
+    query.assign(kSelect);
+    for (auto _ : state) {
+        CVORNReader reader;
+        if (db->execReadSQL(query, reader) != 0) {
+            state.SkipWithError("read failed");
+            break;
+        }
+        long id = 0;
+        std::string name;
+        double value = 0;
+        while (reader.hasNextElement()) {
+            reader >> id >> name >> value;
+            benchmark::DoNotOptimize(id);
+            benchmark::DoNotOptimize(name.data());
+            benchmark::DoNotOptimize(value);
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * kReadRows);
+}
+
+void BM_Read100k_RawSqlite(benchmark::State& state) {
+    for (auto _ : state) {
+        sqlite3_stmt* statement = nullptr;
+        sqlite3_prepare_v2(g_store->raw(), kSelect, -1, &statement, nullptr);
+        long id = 0;
+        std::string name;
+        double value = 0;
+        while (sqlite3_step(statement) == SQLITE_ROW) {
+            const auto* idText = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
+            id = std::strtol(idText, nullptr, 10);
+            const auto* nameText = reinterpret_cast<const char*>(sqlite3_column_text(statement, 1));
+            name.assign(nameText, static_cast<std::size_t>(sqlite3_column_bytes(statement, 1)));
+            const auto* valueText =
+                reinterpret_cast<const char*>(sqlite3_column_text(statement, 2));
+            value = std::strtod(valueText, nullptr);
+            benchmark::DoNotOptimize(id);
+            benchmark::DoNotOptimize(name.data());
+            benchmark::DoNotOptimize(value);
+        }
+        sqlite3_finalize(statement);
+    }
+    state.SetItemsProcessed(state.iterations() * kReadRows);
+}
+
+BENCHMARK(BM_Write_Vorn);
+BENCHMARK(BM_Write_RawSqlite);
+BENCHMARK(BM_WriteInTransaction_Vorn);
+BENCHMARK(BM_WriteInTransaction_RawSqlite);
+BENCHMARK(BM_Read100k_Vorn)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Read100k_RawSqlite)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    vorn::bench::Store store;
+    g_store = &store;
+    store.execute("create table w_vorn(id integer, name text, value real)");
+    store.execute("create table w_raw(id integer, name text, value real)");
+    store.execute("create table r(id integer, name text, value real)");
+    store.fill("insert into r values(?1, 'device-' || ?1, ?1 * 0.25)", kReadRows);
+
+    return vorn::bench::runWithRatios(
+        argc, argv,
+        {{"write, autocommit", "BM_Write_Vorn", "BM_Write_RawSqlite"},
+         {"write, inside a transaction", "BM_WriteInTransaction_Vorn",
+          "BM_WriteInTransaction_RawSqlite"},
+         {"read 100,000 rows (long, string, double)", "BM_Read100k_Vorn",
+          "BM_Read100k_RawSqlite"}});
+}

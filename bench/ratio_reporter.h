@@ -1,0 +1,68 @@
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace vorn::bench {
+
+// Console output as usual, then one line per pair of benchmarks: the library's
+// time against the baseline's, measured in the same run. Ratios travel between
+// machines; absolute times on shared machines do not.
+class RatioReporter : public ::benchmark::ConsoleReporter {
+public:
+    struct Pair {
+        std::string label;
+        std::string library;
+        std::string baseline;
+    };
+
+    explicit RatioReporter(std::vector<Pair> pairs) : m_pairs(std::move(pairs)) {}
+
+    void ReportRuns(const std::vector<Run>& runs) override {
+        ConsoleReporter::ReportRuns(runs);
+        for (const auto& run : runs) {
+            if (run.run_type == Run::RT_Iteration && !run.error_occurred) {
+                m_times[run.benchmark_name()] = run.GetAdjustedRealTime();
+            }
+        }
+    }
+
+    void Finalize() override {
+        ConsoleReporter::Finalize();
+        std::printf("\n%-58s %12s\n", "library time / baseline time (lower is better)", "ratio");
+        for (const auto& pair : m_pairs) {
+            const auto library = m_times.find(pair.library);
+            const auto baseline = m_times.find(pair.baseline);
+            if (library == m_times.end() || baseline == m_times.end() ||
+                baseline->second <= 0) {
+                continue;
+            }
+            const double ratio = library->second / baseline->second;
+            std::printf("%-58s %11.2fx   (throughput %.2f of the baseline)\n", pair.label.c_str(),
+                        ratio, 1.0 / ratio);
+        }
+    }
+
+private:
+    std::vector<Pair> m_pairs;
+    std::map<std::string, double> m_times;
+};
+
+// main() for a benchmark program that prints the ratios of the given pairs.
+inline int runWithRatios(int argc, char** argv, std::vector<RatioReporter::Pair> pairs) {
+    ::benchmark::Initialize(&argc, argv);
+    if (::benchmark::ReportUnrecognizedArguments(argc, argv)) {
+        return 1;
+    }
+    RatioReporter reporter(std::move(pairs));
+    ::benchmark::RunSpecifiedBenchmarks(&reporter);
+    ::benchmark::Shutdown();
+    return 0;
+}
+
+}  // namespace vorn::bench
