@@ -39,6 +39,11 @@ public:
     CVORNInserter& operator<<(const double& value);
 
 private:
+    // " values(" before the first value, "," before every later one.
+    void beginValue();
+    // The text between single quotes, its quotes doubled.
+    void appendText(const std::string& text);
+
     std::string m_insertInto;
     std::string m_columns;
     std::string m_values;

@@ -1,1 +1,145 @@
-// placeholder: being written
+#include "vorn/updater.h"
+
+#include <stdexcept>
+#include <string_view>
+
+#include "statement/number_text.h"
+#include "vorn/keywords.h"
+#include "vorn/platform/safe_c.h"
+#include "vorn/platform/string_helpers.h"
+#include "vorn/sqlite_util.h"
+
+using vorn::detail::FormatSite;
+using vorn::detail::kNumberBufferSize;
+using vorn::detail::kNumberMaxChars;
+using vorn::platform::snprintf_s;
+
+namespace {
+
+constexpr std::string_view kAssignMessage = "CVORNUpdater::assign.snprintf_s failed";
+
+// Each assign overload reports its formatting failure from its own line.
+constexpr FormatSite siteAt(int line) { return FormatSite{"CVORNUpdater", "assign", line, kAssignMessage}; }
+constexpr FormatSite kShortSite = siteAt(106);
+constexpr FormatSite kIntSite = siteAt(121);
+constexpr FormatSite kUnsignedIntSite = siteAt(141);
+constexpr FormatSite kUnsignedLongSite = siteAt(160);
+constexpr FormatSite kLongSite = siteAt(175);
+constexpr FormatSite kFloatSite = siteAt(190);
+constexpr FormatSite kDoubleSite = siteAt(205);
+
+// Unsigned values from 4294967295 up are written as 0.
+constexpr unsigned long kUnsignedClamp = 4294967295UL;
+
+}  // namespace
+
+CVORNUpdater::CVORNUpdater() : m_update(vorn::sql::kUpdate) {}
+
+CVORNUpdater::~CVORNUpdater() = default;
+
+CVORNTable CVORNUpdater::table(const std::string& name) {
+    m_table = name;
+    return CVORNTable(name);
+}
+
+CVORNUpdater& CVORNUpdater::operator[](const std::string& column) {
+    if (m_setList.empty()) {
+        m_setList.assign(vorn::sql::kSet);
+    } else {
+        m_setList.push_back(',');
+    }
+    m_setList.append(vorn::platform::escapeSingleQuotes(column));
+    return *this;
+}
+
+// The separator before a column belongs to operator[]; assign appends only
+// "=" and the value.
+
+void CVORNUpdater::assign(const std::string& value) {
+    m_setList.append("='");
+    m_setList.append(CSQLiteUtil::getInstance()->replaceSpecialChar(value));
+    m_setList.push_back('\'');
+}
+
+void CVORNUpdater::assign(const char& value) {
+    m_setList.append("='");
+    m_setList.append(CSQLiteUtil::getInstance()->replaceSpecialChar(value));
+    m_setList.push_back('\'');
+}
+
+void CVORNUpdater::assign(const char* value) {
+    m_setList.append("='");
+    // As std::string(nullptr) would: "='" stays in the set list.
+    if (value == nullptr) {
+        throw std::logic_error("basic_string::_M_construct null not valid");
+    }
+    m_setList.append(CSQLiteUtil::getInstance()->replaceSpecialChar(std::string(value)));
+    m_setList.push_back('\'');
+}
+
+void CVORNUpdater::assign(const short& value) {
+    char buffer[kNumberBufferSize] = {};
+    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "=%d", value);
+    vorn::detail::appendNumber(m_setList, buffer, written, kShortSite);
+}
+
+void CVORNUpdater::assign(const int& value) {
+    char buffer[kNumberBufferSize] = {};
+    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "=%d", value);
+    vorn::detail::appendNumber(m_setList, buffer, written, kIntSite);
+}
+
+void CVORNUpdater::assign(const unsigned int& value) {
+    // Unlike the inserter, the unsigned format: 3000000000 stays 3000000000.
+    const unsigned long wide = value == kUnsignedClamp ? 0UL : value;
+    char buffer[kNumberBufferSize] = {};
+    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "=%lu", wide);
+    vorn::detail::appendNumber(m_setList, buffer, written, kUnsignedIntSite);
+}
+
+void CVORNUpdater::assign(const unsigned long& value) {
+    const unsigned long clamped = value >= kUnsignedClamp ? 0UL : value;
+    char buffer[kNumberBufferSize] = {};
+    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "=%lu", clamped);
+    vorn::detail::appendNumber(m_setList, buffer, written, kUnsignedLongSite);
+}
+
+void CVORNUpdater::assign(const long& value) {
+    char buffer[kNumberBufferSize] = {};
+    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "=%ld", value);
+    vorn::detail::appendNumber(m_setList, buffer, written, kLongSite);
+}
+
+void CVORNUpdater::assign(const float& value) {
+    char buffer[kNumberBufferSize] = {};
+    const int written =
+        snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "=%f", static_cast<double>(value));
+    vorn::detail::appendNumber(m_setList, buffer, written, kFloatSite);
+}
+
+void CVORNUpdater::assign(const double& value) {
+    char buffer[kNumberBufferSize] = {};
+    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "=%f", value);
+    vorn::detail::appendNumber(m_setList, buffer, written, kDoubleSite);
+}
+
+void CVORNUpdater::assign(const CVORNNull& /*value*/) { m_setList.append("=NULL"); }
+
+void CVORNUpdater::where(const CVORNCriterion& condition) {
+    m_where.assign(vorn::sql::kWhere).append(condition.toString());
+}
+
+std::string CVORNUpdater::toString() const {
+    std::string sql;
+    sql.reserve(m_update.size() + m_table.size() + m_setList.size() + m_where.size());
+    sql.append(m_update).append(m_table).append(m_setList).append(m_where);
+    return sql;
+}
+
+void CVORNUpdater::clear() {
+    // Not the constructed state: the condition becomes a bare " where ", which
+    // a following where() call replaces. The table stays.
+    m_update.assign(vorn::sql::kUpdate);
+    m_setList.clear();
+    m_where.assign(vorn::sql::kWhere);
+}

@@ -1,0 +1,127 @@
+#include "exec/dal/batch_parameters.h"
+
+#include <algorithm>
+
+#include "exec/dal/sql_scanner.h"
+#include "vorn/platform/error_codes.h"
+
+namespace vorn::dal {
+namespace {
+
+using platform::ExecResult;
+namespace errc = platform::errc;
+namespace typecode = platform::typecode;
+
+bool isSupportedElement(std::uint32_t code) {
+    return code == typecode::kString || code == typecode::kInt64 || code == typecode::kUInt64 ||
+           code == typecode::kFloat || code == typecode::kDouble;
+}
+
+ExecResult badColumn(const std::string& key, const char* problem) {
+    return ExecResult::failure(errc::kBadParameters, "batch column \"" + key + "\": " + problem);
+}
+
+}  // namespace
+
+ExecResult BatchParameters::collect(const platform::TypedRef& parameters, BatchParameters& out) {
+    out.m_columns.clear();
+    out.m_rows = 0;
+    if (parameters.type.code != typecode::kParamMap || parameters.object == nullptr) {
+        return ExecResult::failure(errc::kBadParameters,
+                                   "batch parameters must refer to a parameter map (type code " +
+                                       std::to_string(typecode::kParamMap) + ")");
+    }
+    const auto& map = *static_cast<const platform::ParamRefMap*>(parameters.object);
+    if (map.empty()) {
+        return ExecResult::failure(errc::kBadParameters, "batch parameter map has no columns");
+    }
+    out.m_columns.reserve(map.size());
+    for (const auto& [key, ref] : map) {
+        const platform::ContainerRecord* record = ref.type.record;
+        if (ref.type.code != typecode::kContainer || record == nullptr || ref.object == nullptr) {
+            return badColumn(key, "not a container reference");
+        }
+        if (!isSupportedElement(record->elementCode) || record->count == nullptr ||
+            record->first == nullptr || record->next == nullptr) {
+            return badColumn(key, "unsupported element type");
+        }
+        const std::size_t count = record->count(ref.object);
+        if (out.m_columns.empty()) {
+            out.m_rows = count;
+        } else if (count != out.m_rows) {
+            return badColumn(key, "column lengths differ");
+        }
+        out.m_columns.push_back(BatchColumn{key, record, ref.object, record->elementCode});
+    }
+    return {};
+}
+
+const BatchColumn* BatchParameters::find(std::string_view key) const {
+    // The columns come from an ordered map, so they are sorted by key.
+    const auto it = std::lower_bound(
+        m_columns.begin(), m_columns.end(), key,
+        [](const BatchColumn& column, std::string_view k) { return column.key < k; });
+    return it != m_columns.end() && it->key == key ? &*it : nullptr;
+}
+
+ExecResult BatchParameters::bindPlaceholders(const std::string& sql, char marker,
+                                             std::string& text,
+                                             std::vector<const BatchColumn*>& bound) const {
+    const std::string_view view(sql);
+    text.clear();
+    text.reserve(sql.size() + 8);
+    bound.clear();
+    std::size_t pos = 0;
+    std::size_t copied = 0;
+    while (pos < view.size()) {
+        const std::size_t after = skipQuotedOrComment(view, pos);
+        if (after != pos) {
+            pos = after;
+            continue;
+        }
+        if (view[pos] != '{') {
+            ++pos;
+            continue;
+        }
+        const std::size_t close = view.find('}', pos + 1);
+        if (close == std::string_view::npos) {
+            break;
+        }
+        const std::string_view key = view.substr(pos + 1, close - pos - 1);
+        const BatchColumn* column = find(key);
+        if (column == nullptr) {
+            return ExecResult::failure(errc::kUnknownPlaceholder,
+                                       "placeholder {" + std::string(key) + "} names no column");
+        }
+        auto slot = std::find(bound.begin(), bound.end(), column);
+        if (slot == bound.end()) {
+            bound.push_back(column);
+            slot = bound.end() - 1;
+        }
+        text.append(view.substr(copied, pos - copied));
+        text.push_back(marker);
+        text.append(std::to_string(slot - bound.begin() + 1));
+        pos = close + 1;
+        copied = pos;
+    }
+    text.append(view.substr(copied));
+    return {};
+}
+
+BatchRowWalker::BatchRowWalker(const std::vector<const BatchColumn*>& columns)
+    : m_columns(columns) {
+    m_elements.reserve(columns.size());
+    for (const BatchColumn* column : columns) {
+        m_elements.push_back(column->record->first(column->container));
+    }
+}
+
+void BatchRowWalker::next() noexcept {
+    for (std::size_t i = 0; i < m_columns.size(); ++i) {
+        if (m_elements[i] != nullptr) {
+            m_elements[i] = m_columns[i]->record->next(m_columns[i]->container, m_elements[i]);
+        }
+    }
+}
+
+}  // namespace vorn::dal

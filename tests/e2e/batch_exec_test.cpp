@@ -1,0 +1,211 @@
+// Batches executed on the embedded store: every column type, the refusals, and
+// atomicity.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <limits>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "log_capture.h"
+#include "store_fixture.h"
+#include "vorn/vorn.h"
+
+namespace vorn::test {
+namespace {
+
+using platform::LogLevel;
+
+// What a caller can observe of a batch: its statement and its columns.
+struct Snapshot {
+    std::string sql;
+    std::map<std::string, BaseTypeVector> columns;
+
+    explicit Snapshot(const BatchInserter& batch) : sql(batch.toString()) {
+        batch.GetParam(columns);
+    }
+    bool operator==(const Snapshot& other) const {
+        if (sql != other.sql || columns.size() != other.columns.size()) {
+            return false;
+        }
+        for (const auto& [key, column] : columns) {
+            const auto found = other.columns.find(key);
+            if (found == other.columns.end()) {
+                return false;
+            }
+            const BaseTypeVector& o = found->second;
+            if (column.m_type != o.m_type || column.m_strVec != o.m_strVec ||
+                column.m_longVec != o.m_longVec || column.m_ulongVec != o.m_ulongVec ||
+                column.m_floatVec != o.m_floatVec || column.m_doubleVec != o.m_doubleVec) {
+                return false;
+            }
+        }
+        return true;
+    }
+};
+
+class BatchExecTest : public StoreTest {
+protected:
+    unsigned long execute(const BatchInserter& batch) {
+        CVORN* db = nullptr;
+        GuardDB guard("TaskDB", db, false);
+        const Snapshot before(batch);
+        const unsigned long code = db->ExecBatchInserter(batch);
+        EXPECT_TRUE(Snapshot(batch) == before) << "the caller's batch changed";
+        return code;
+    }
+};
+
+TEST_F(BatchExecTest, EveryColumnTypeRoundTripsExactly) {
+    ASSERT_EQ(runWrite("create table t(n integer, s text, i integer, u integer, f real, d real)"),
+              0u);
+    using I = std::numeric_limits<std::int64_t>;
+    using U = std::numeric_limits<std::uint64_t>;
+    using F = std::numeric_limits<float>;
+    using D = std::numeric_limits<double>;
+    const std::vector<std::string> texts{"it's",          "x'); DROP TABLE t; --", "\xC3\xA9\xFF\x01",
+                                         "{s} {i}",       "line\nbreak",          "a\"b"};
+    const std::vector<long> signedValues{I::min(), I::max(), -1, 0, 1, 42};
+    const std::vector<unsigned long> unsignedValues{0, U::max(), 9223372036854775808UL,
+                                                    9223372036854775807UL, 1, 42};
+    const std::vector<float> floats{0.1f, -F::max(), F::denorm_min(), 2.5f, F::min(), -0.0f};
+    const std::vector<double> doubles{0.1, 1e300, -D::min(), 1.0 / 3.0, D::max(), D::denorm_min()};
+
+    BatchInserter batch;
+    batch.table("t");
+    for (std::size_t row = 0; row < texts.size(); ++row) {
+        batch["n"] << static_cast<int>(row);
+        batch["s"] << texts[row];
+        batch["i"] << signedValues[row];
+        batch["u"] << unsignedValues[row];
+        batch["f"] << floats[row];
+        batch["d"] << doubles[row];
+    }
+    ASSERT_EQ(execute(batch), 0u);
+
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    CVORNsqlstr query;
+    query.assign("select s, i, u, f, d from t order by n");
+    CVORNReader reader;
+    ASSERT_EQ(db->execReadSQL(query, reader), 0u);
+    for (std::size_t row = 0; row < texts.size(); ++row) {
+        SCOPED_TRACE(row);
+        ASSERT_TRUE(reader.hasNextElement());
+        std::string s;
+        long i = 0;
+        unsigned long u = 0;
+        float f = 0;
+        double d = 0;
+        reader >> s >> i >> u >> f >> d;
+        EXPECT_EQ(s, texts[row]);
+        EXPECT_EQ(i, signedValues[row]);
+        EXPECT_EQ(u, unsignedValues[row]);
+        EXPECT_EQ(f, floats[row]);
+        EXPECT_EQ(d, doubles[row]);
+    }
+    EXPECT_FALSE(reader.hasNextElement());
+}
+
+TEST_F(BatchExecTest, UnequalColumnsAreRefusedBeforeAnythingRuns) {
+    ASSERT_EQ(runWrite("create table t(a, b)"), 0u);
+    ASSERT_EQ(runWrite("insert into t values('kept', 0)"), 0u);
+    BatchInserter batch;
+    batch.table("t");
+    batch["a"] << 1 << 2 << 3;
+    batch["b"] << 1 << 2;
+    LogCapture log;
+
+    EXPECT_EQ(execute(batch), 1u);
+
+    const auto errors = log.at(LogLevel::Error);
+    ASSERT_EQ(errors.size(), 1u);
+    EXPECT_EQ(errors[0].code, 1u);
+    EXPECT_EQ(errors[0].unit, "MiraDB");
+    EXPECT_EQ(errors[0].function, "ExecBatchInserter");
+    EXPECT_EQ(errors[0].line, 141);
+    EXPECT_EQ(errors[0].text, "[VORNLib]ExecBatchInserter! paramMap is error!");
+    EXPECT_EQ(runQuery("select a, b from t", 2), (Rows{{"kept", "0"}}));
+}
+
+TEST_F(BatchExecTest, AnEmptyBatchSucceedsWithoutOpeningASession) {
+    BatchInserter batch;
+    batch.table("t");
+    batch["selected but never filled"];
+    LogCapture log;
+
+    EXPECT_EQ(execute(batch), 0u);
+
+    const auto infos = log.at(LogLevel::Info);
+    ASSERT_EQ(infos.size(), 1u);
+    EXPECT_EQ(infos[0].function, "ExecBatchInserter");
+    EXPECT_EQ(infos[0].line, 105);
+    EXPECT_EQ(infos[0].text, "[VORNLib]ExecBatchInserter! paramMap is empty!");
+    EXPECT_FALSE(std::filesystem::exists(dataFile("default")));
+}
+
+TEST_F(BatchExecTest, AFailingRowLeavesNoRowOfTheBatchBehind) {
+    ASSERT_EQ(runWrite("create table t(id integer unique, name text)"), 0u);
+    ASSERT_EQ(runWrite("insert into t values(5, 'kept')"), 0u);
+    BatchInserter batch;
+    batch.table("t");
+    for (int id = 1; id <= 10; ++id) {  // 5 collides in the middle
+        batch["id"] << id;
+        batch["name"] << std::string("new");
+    }
+    LogCapture log;
+
+    EXPECT_EQ(execute(batch), 2067u);  // SQLITE_CONSTRAINT_UNIQUE
+
+    const auto infos = log.at(LogLevel::Info);
+    ASSERT_EQ(infos.size(), 1u);
+    EXPECT_EQ(infos[0].line, 149);
+    EXPECT_EQ(infos[0].text, "[VORNLib]UNIQUE constraint failed: t.id");
+    EXPECT_EQ(runQuery("select id, name from t", 2), (Rows{{"5", "kept"}}));
+}
+
+TEST_F(BatchExecTest, ABatchJoinsTheCallersTransaction) {
+    ASSERT_EQ(runWrite("create table t(id integer)"), 0u);
+    BatchInserter batch;
+    batch.table("t");
+    batch["id"] << 1 << 2 << 3;
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+
+    ASSERT_EQ(db->beginTransaction(), 0u);
+    ASSERT_EQ(execute(batch), 0u);
+    EXPECT_EQ(runQuery("select count(*) from t", 1), (Rows{{"3"}}));
+    ASSERT_EQ(db->rollbackTransaction(), 0u);
+    EXPECT_EQ(runQuery("select count(*) from t", 1), (Rows{{"0"}}));
+
+    // A failing batch inside a transaction takes back only its own rows.
+    ASSERT_EQ(db->beginTransaction(), 0u);
+    ASSERT_EQ(runWrite("insert into t values(100)"), 0u);
+    BatchInserter broken;
+    broken.table("missing");
+    broken["id"] << 1;
+    EXPECT_EQ(execute(broken), 1u);
+    ASSERT_EQ(execute(batch), 0u);
+    ASSERT_EQ(db->commitTransaction(), 0u);
+    EXPECT_EQ(runQuery("select count(*) from t", 1), (Rows{{"4"}}));
+}
+
+TEST_F(BatchExecTest, ManyRowsRunAsOneStatement) {
+    ASSERT_EQ(runWrite("create table t(id integer, name text, value real)"), 0u);
+    constexpr int kRows = 5000;
+    BatchInserter batch;
+    batch.table("t");
+    for (int i = 0; i < kRows; ++i) {
+        batch["id"] << i;
+        batch["name"] << "row " + std::to_string(i);
+        batch["value"] << i * 0.5;
+    }
+    ASSERT_EQ(execute(batch), 0u);
+    EXPECT_EQ(runQuery("select count(*), sum(id), max(name), sum(value) from t", 4),
+              (Rows{{"5000", "12497500", "row 999", "6248750.0"}}));
+}
+
+}  // namespace
+}  // namespace vorn::test

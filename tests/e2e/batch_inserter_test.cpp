@@ -1,0 +1,179 @@
+// Collecting batch columns: type rules, rendering, clear() and GetParam().
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "log_capture.h"
+#include "vorn/vorn.h"
+
+namespace vorn::test {
+namespace {
+
+using platform::LogLevel;
+using Columns = std::map<std::string, BaseTypeVector>;
+
+Columns columnsOf(const BatchInserter& batch) {
+    Columns columns;
+    batch.GetParam(columns);
+    return columns;
+}
+
+TEST(BatchInserterColumns, SignedTypesShareOneColumnAsDoUnsignedTypes) {
+    BatchInserter batch;
+    batch["s"] << 1 << 2L << true << short{-3} << false;
+    batch["u"] << 7u << 8UL << static_cast<unsigned short>(9);
+    batch["f"] << 1.5f;
+    batch["d"] << 2.5;
+    batch["t"] << std::string("it's") << "plain";
+
+    const Columns columns = columnsOf(batch);
+    EXPECT_EQ(columns.at("s").m_type, BaseTypeVector::TYPE_SIGNED);
+    EXPECT_EQ(columns.at("s").m_longVec, (std::vector<std::int64_t>{1, 2, 1, -3, 0}));
+    EXPECT_EQ(columns.at("u").m_type, BaseTypeVector::TYPE_UNSIGNED);
+    EXPECT_EQ(columns.at("u").m_ulongVec, (std::vector<std::uint64_t>{7, 8, 9}));
+    EXPECT_EQ(columns.at("f").m_floatVec, (std::vector<float>{1.5f}));
+    EXPECT_EQ(columns.at("d").m_doubleVec, (std::vector<double>{2.5}));
+    EXPECT_EQ(columns.at("t").m_type, BaseTypeVector::TYPE_STRING);
+    // Text values are kept as they are; only column names are escaped.
+    EXPECT_EQ(columns.at("t").m_strVec, (std::vector<std::string>{"it's", "plain"}));
+    // Only the vector of the column's own type holds values.
+    const std::map<std::string, std::size_t> valueCount{
+        {"s", 5}, {"u", 3}, {"f", 1}, {"d", 1}, {"t", 2}};
+    for (const auto& [name, column] : columns) {
+        const std::size_t used = column.m_strVec.size() + column.m_longVec.size() +
+                                 column.m_ulongVec.size() + column.m_floatVec.size() +
+                                 column.m_doubleVec.size();
+        EXPECT_EQ(used, valueCount.at(name)) << name;
+    }
+}
+
+struct Rejection {
+    const char* name;
+    void (*firstValue)(BatchInserter&);
+    void (*wrongValue)(BatchInserter&);
+    std::uint32_t code;
+    int line;
+};
+
+class BatchRejectionTest : public ::testing::TestWithParam<Rejection> {};
+
+TEST_P(BatchRejectionTest, AValueOfAnotherTypeIsDroppedAndLoggedWithItsTypeCode) {
+    BatchInserter batch;
+    batch.table("T");
+    batch["c"];
+    GetParam().firstValue(batch);
+    const Columns before = columnsOf(batch);
+    LogCapture log;
+
+    GetParam().wrongValue(batch);
+
+    const auto errors = log.at(LogLevel::Error);
+    ASSERT_EQ(errors.size(), 1u);
+    EXPECT_EQ(errors[0].code, GetParam().code);
+    EXPECT_EQ(errors[0].unit, "BatchInserter");
+    EXPECT_EQ(errors[0].function, "operator<<");
+    EXPECT_EQ(errors[0].line, GetParam().line);
+    EXPECT_EQ(errors[0].text, "[VORNLib]typeName is error.");
+    const Columns after = columnsOf(batch);
+    EXPECT_EQ(after.at("c").m_type, before.at("c").m_type);
+    EXPECT_EQ(after.at("c").m_longVec, before.at("c").m_longVec);
+    EXPECT_EQ(after.at("c").m_ulongVec, before.at("c").m_ulongVec);
+    EXPECT_EQ(after.at("c").m_strVec, before.at("c").m_strVec);
+    EXPECT_EQ(after.at("c").m_floatVec, before.at("c").m_floatVec);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Types, BatchRejectionTest,
+    ::testing::Values(
+        Rejection{"UnsignedIntoSigned", [](BatchInserter& b) { b << 1; },
+                  [](BatchInserter& b) { b << 2u; }, 2, 118},
+        Rejection{"StringIntoSigned", [](BatchInserter& b) { b << 1L; },
+                  [](BatchInserter& b) { b << std::string("x"); }, 0, 70},
+        Rejection{"SignedIntoUnsigned", [](BatchInserter& b) { b << 1UL; },
+                  [](BatchInserter& b) { b << 1L; }, 1, 130},
+        Rejection{"BoolIntoString", [](BatchInserter& b) { b << std::string("x"); },
+                  [](BatchInserter& b) { b << true; }, 1, 58},
+        Rejection{"ShortIntoFloat", [](BatchInserter& b) { b << 1.0f; },
+                  [](BatchInserter& b) { b << short{1}; }, 1, 82},
+        Rejection{"UnsignedShortIntoDouble", [](BatchInserter& b) { b << 1.0; },
+                  [](BatchInserter& b) { b << static_cast<unsigned short>(1); }, 2, 94},
+        Rejection{"IntIntoString", [](BatchInserter& b) { b << std::string("x"); },
+                  [](BatchInserter& b) { b << 1; }, 1, 106},
+        Rejection{"UnsignedLongIntoFloat", [](BatchInserter& b) { b << 1.0f; },
+                  [](BatchInserter& b) { b << 1UL; }, 2, 142},
+        Rejection{"FloatIntoDouble", [](BatchInserter& b) { b << 1.0; },
+                  [](BatchInserter& b) { b << 1.0f; }, 3, 154},
+        Rejection{"DoubleIntoFloat", [](BatchInserter& b) { b << 1.0f; },
+                  [](BatchInserter& b) { b << 1.0; }, 4, 166}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(BatchInserterRendering, PlaceholdersFollowTheByteWiseOrderOfTheColumnNames) {
+    struct Case {
+        std::vector<std::string> selected;
+        const char* table;
+        const char* expected;
+    };
+    const Case cases[] = {
+        {{"name", "id"}, "T_ALARM", "insert into T_ALARM (id, name) values({id}, {name})"},
+        {{"z", "a"}, "T", "insert into T (a, z) values({a}, {z})"},
+        {{"a", "B"}, "T", "insert into T (B, a) values({B}, {a})"},
+        {{"cnt"}, "T_X", "insert into T_X (cnt) values({cnt})"},
+        {{}, "T_X", "insert into T_X () values()"},
+        {{"a"}, "", "insert into  (a) values({a})"},
+        {{"a'b"}, "T", "insert into T (a''b) values({a''b})"},
+        {{""}, "T", "insert into T () values({})"},
+        {{"", "b"}, "T", "insert into T (, b) values({}, {b})"},
+    };
+    for (const auto& c : cases) {
+        BatchInserter batch;
+        if (*c.table != '\0') {
+            batch.table(c.table);
+        }
+        for (const auto& column : c.selected) {
+            batch[column] << 1;
+        }
+        EXPECT_EQ(batch.toString(), c.expected);
+    }
+}
+
+TEST(BatchInserterRendering, ASelectedColumnWithoutValuesIsNotPartOfTheStatement) {
+    BatchInserter batch;
+    batch.table("T");
+    batch["a"] << 1;
+    batch["b"];
+    EXPECT_EQ(batch.toString(), "insert into T (a) values({a})");
+}
+
+TEST(BatchInserterState, ClearKeepsTheTableAndGetParamReplacesTheTarget) {
+    BatchInserter batch;
+    EXPECT_EQ(batch.table("T").getTableName(), "T");
+    batch["a"] << 1 << 2;
+    batch.clear();
+    EXPECT_EQ(batch.toString(), "insert into T () values()");
+    // After clear() no column is selected: a value goes to the unnamed column.
+    batch << 5;
+    EXPECT_EQ(batch.toString(), "insert into T () values({})");
+
+    Columns target;
+    target["stale"].m_strVec = {"x"};
+    batch.GetParam(target);
+    ASSERT_EQ(target.size(), 1u);
+    EXPECT_EQ(target.begin()->first, "");
+    target.begin()->second.m_longVec.push_back(6);
+    EXPECT_EQ(columnsOf(batch).at("").m_longVec, (std::vector<std::int64_t>{5}));
+}
+
+TEST(BatchInserterState, ANullCStringThrowsAndLeavesTheColumnAsItWas) {
+    BatchInserter batch;
+    batch["t"] << "a";
+    const char* missing = nullptr;
+    EXPECT_THROW(batch << missing, std::logic_error);
+    batch << "b";
+    EXPECT_EQ(columnsOf(batch).at("t").m_strVec, (std::vector<std::string>{"a", "b"}));
+}
+
+}  // namespace
+}  // namespace vorn::test
