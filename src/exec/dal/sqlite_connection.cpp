@@ -7,6 +7,7 @@
 #include "exec/dal/batch_parameters.h"
 #include "exec/dal/sqlite_cursor.h"
 #include "exec/dal/sqlite_statement.h"
+#include "vorn/platform/error_codes.h"
 #include "vorn/platform/type_registry.h"
 
 namespace vorn::dal {
@@ -169,10 +170,15 @@ ExecResult SqliteConnection::executeBatch(const std::string& sql,
     BatchRowWalker walker(bound);
     for (std::size_t row = 0; row < parameters.rows() && status.ok(); ++row) {
         for (std::size_t i = 0; i < columns; ++i) {
-            const int rc =
-                bindElement(s, static_cast<int>(i + 1), bound[i]->elementCode, walker.element(i));
+            const void* element = walker.element(i);
+            if (element == nullptr) {
+                status = ExecResult::failure(platform::errc::kBadParameters,
+                                             "batch column ended before its count");
+                break;
+            }
+            const int rc = bindElement(s, static_cast<int>(i + 1), bound[i]->elementCode, element);
             if (rc != SQLITE_OK) {
-                status = sqliteFailure(m_db);
+                status = ExecResult::failure(static_cast<std::uint64_t>(rc), sqlite3_errstr(rc));
                 break;
             }
         }
