@@ -10,7 +10,7 @@ class CVORNCriterionItem;
 
 // A table name. operator[] yields a condition operand over "table.column".
 class VORN_API CVORNTable {
-public:
+  public:
     explicit CVORNTable(const std::string& name);
 
     std::string getTableName() const;
@@ -20,14 +20,14 @@ public:
     // A table with an empty name yields an operand over the empty string.
     CVORNCriterionItem operator[](const std::string& columnName) const;
 
-private:
+  private:
     std::string m_tableName;
 };
 
 // A table-qualified column. It renders "table.column" and, when the table name
 // is empty, nothing at all.
 class VORN_API CVORNColumn {
-public:
+  public:
     CVORNColumn(const std::string& tableName, const std::string& columnName);
 
     std::string getTableName() const;
@@ -35,7 +35,7 @@ public:
     std::string getColumnName() const;
     std::string toString() const;
 
-private:
+  private:
     std::string m_tableName;
     std::string m_columnName;
 };
@@ -44,11 +44,11 @@ private:
 // writes NULL; streamed out of a reader before a field, it becomes true when
 // that field is empty.
 class VORN_API CVORNNull {
-public:
+  public:
     CVORNNull() = default;
     explicit operator bool() const { return m_isNull; }
 
-private:
+  private:
     friend class CVORNReader;
     bool m_isNull = false;
 };
@@ -56,7 +56,7 @@ private:
 // The contract every statement builder fulfils. The executor sees a statement
 // only through toString().
 class VORN_API CVORNBase {
-public:
+  public:
     CVORNBase() = default;
     CVORNBase(const CVORNBase&) = default;
     CVORNBase& operator=(const CVORNBase&) = default;
@@ -74,7 +74,7 @@ public:
     // detach texts.
     void constructAttachAndDetachSQL(const CVORNTable& table);
 
-protected:
+  protected:
     std::string m_table;
     std::string m_attachSQL;
     std::string m_detachSQL;
@@ -83,7 +83,7 @@ protected:
 
 // A raw statement whose text the caller supplies whole.
 class VORN_API CVORNsqlstr : public CVORNBase {
-public:
+  public:
     CVORNsqlstr() = default;
     ~CVORNsqlstr() override;
 
@@ -96,6 +96,6 @@ public:
     // Accepted for symmetry with the other builders and ignored.
     void where(const CVORNCriterion& condition);
 
-private:
+  private:
     std::string m_sql;
 };

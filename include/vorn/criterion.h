@@ -13,7 +13,7 @@ class CVORNSelector;
 // A left operand whose text is empty gets no joiner ("((right))"); the right
 // operand is never tested ("((age=5) and )").
 class VORN_API CVORNCriterion {
-public:
+  public:
     CVORNCriterion() = default;
     CVORNCriterion(const CVORNCriterion& other) = default;
     explicit CVORNCriterion(const std::string& text);
@@ -24,7 +24,7 @@ public:
     CVORNCriterion& operator&&(const CVORNCriterion& other);
     CVORNCriterion& operator||(const CVORNCriterion& other);
 
-private:
+  private:
     CVORNCriterion& join(std::string_view joiner, const CVORNCriterion& other);
 
     std::string m_text;
@@ -49,7 +49,8 @@ private:
 //    "(c='x''' OR 1=1 OR ''='')", which matches every row. Never pass
 //    untrusted text to it; use operator!=, operator<=, operator>= or a batch
 //    for such values.
-//  - notIn() appends its list verbatim.
+//  - notIn() appends its list verbatim, and in() changes nothing in its list
+//    but the quotes: both lists are SQL text, not values.
 //  - operator!=(CVORNCriterionItem) appends the other operand's text verbatim.
 //  - operator<= / operator>= on a statement append its text verbatim.
 //  - the char comparisons write the character verbatim: a quote is not doubled
@@ -60,7 +61,7 @@ private:
 //  - like() relies on escapeLikePattern(): quotes are doubled, '%' and '_' stay
 //    wildcards.
 class VORN_API CVORNCriterionItem {
-public:
+  public:
     CVORNCriterionItem() = default;
     CVORNCriterionItem(const CVORNCriterionItem& other) = default;
     explicit CVORNCriterionItem(std::string text);
@@ -73,7 +74,9 @@ public:
     CVORNCriterion operator()(const std::string& value);
     std::string toString() const;
 
-    // " in (<list>)" with every quote of the list doubled.
+    // " in (<list>)" with every quote of the list doubled. The list is still
+    // SQL text (numbers, commas, parentheses pass unchanged), so it must not be
+    // assembled from untrusted input.
     CVORNCriterion in(const std::string& list);
     // " in (<sub-select>)" with every quote of the sub-select's text doubled.
     CVORNCriterion in(const CVORNSelector& sub);
@@ -117,11 +120,13 @@ public:
     CVORNCriterion operator!=(const unsigned long& value);
     CVORNCriterion operator!=(const long& value);
 
-private:
+  private:
     // The criterion over the current text, without parentheses.
     CVORNCriterion current() const;
     // Encloses the text in parentheses and returns the criterion over it.
     CVORNCriterion wrap();
+    // Appends prefix, the escaped value and a closing quote, then wraps.
+    CVORNCriterion compareWithText(std::string_view prefix, const std::string& value);
     // ==/!= on the integer types: "=%ld"/"!=%ld" for the signed ones and
     // "=%lu"/"!=%lu" for the unsigned ones, the value widened to 64 bits.
     template <typename Int>

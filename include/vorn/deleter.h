@@ -9,7 +9,7 @@
 // DELETE builder: delete from <table>[ where <condition>]. Without a condition
 // every row of the table is deleted. table() replaces the table; clear() keeps it.
 class VORN_API CVORNDeleter : public CVORNBase {
-public:
+  public:
     CVORNDeleter() = default;
     ~CVORNDeleter() override;
 
@@ -19,6 +19,6 @@ public:
 
     void where(const CVORNCriterion& condition);
 
-private:
+  private:
     std::string m_where;
 };

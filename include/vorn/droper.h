@@ -11,7 +11,7 @@
 // object, also after table() and clear(): use a new dropper for tables.
 // index() is stored but never rendered.
 class VORN_API CVORNDroper : public CVORNBase {
-public:
+  public:
     CVORNDroper() = default;
     ~CVORNDroper() override;
 
@@ -23,7 +23,7 @@ public:
     void database(const std::string& name);
     void index(const std::string& name);
 
-private:
+  private:
     std::string m_database;
     std::string m_index;
     bool m_isTable = true;

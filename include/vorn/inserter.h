@@ -11,7 +11,7 @@
 // rules: unsigned values of 4294967295 and above are written as 0, and an
 // unsigned int is written with the signed format (3000000000 -> -1294967296).
 class VORN_API CVORNInserter : public CVORNBase {
-public:
+  public:
     CVORNInserter();
     ~CVORNInserter() override;
 
@@ -38,11 +38,9 @@ public:
     CVORNInserter& operator<<(const float& value);
     CVORNInserter& operator<<(const double& value);
 
-private:
+  private:
     // " values(" before the first value, "," before every later one.
     void beginValue();
-    // The text between single quotes, its quotes doubled.
-    void appendText(const std::string& text);
 
     std::string m_insertInto;
     std::string m_columns;

@@ -50,7 +50,8 @@ inline constexpr std::string_view kOffset = " OFFSET ";
 
 namespace text {
 inline constexpr std::string_view kDbSuffix = ".db";
-inline constexpr std::string_view kEmpty = "";
+// The empty string.
+inline constexpr std::string_view kEmpty{};
 inline constexpr std::string_view kTRUE = "TRUE";
 inline constexpr std::string_view kTrue = "true";
 inline constexpr std::string_view kFALSE = "FALSE";

@@ -19,7 +19,7 @@ enum ENUM_COMPOUND_OP {
 // Tables accumulate (de-duplicated by substring), columns and order keys are
 // appended, where/limit/compound/distinct are replaced. clear() keeps the tables.
 class VORN_API CVORNSelector : public CVORNBase {
-public:
+  public:
     CVORNSelector() = default;
     ~CVORNSelector() override;
 
@@ -40,7 +40,7 @@ public:
     // Takes other's text now; later changes to other are not seen.
     void compound(const CVORNSelector& other, ENUM_COMPOUND_OP op);
 
-private:
+  private:
     std::string m_columns;
     std::string m_orderBy;
     std::string m_where;

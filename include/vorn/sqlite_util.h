@@ -9,7 +9,7 @@ class ACE_Semaphore;
 // Process-wide escaping of single quotes for SQL string literals. The instance
 // is created when the library is loaded and lives until the process exits.
 class VORN_API CSQLiteUtil {
-public:
+  public:
     static CSQLiteUtil* getInstance();
 
     // The text with every single quote doubled and nothing else changed.
@@ -18,7 +18,7 @@ public:
     // (a NUL byte included).
     std::string replaceSpecialChar(const char& c);
 
-private:
+  private:
     CSQLiteUtil() = default;
 
     static CSQLiteUtil* m_instance;

@@ -11,7 +11,7 @@
 // are written as 0. Note that clear() leaves a bare " where " behind: a cleared
 // updater must be given a new where() before it is run.
 class VORN_API CVORNUpdater : public CVORNBase {
-public:
+  public:
     CVORNUpdater();
     ~CVORNUpdater() override;
 
@@ -36,7 +36,7 @@ public:
 
     void where(const CVORNCriterion& condition);
 
-private:
+  private:
     std::string m_update;
     std::string m_setList;
     std::string m_where;

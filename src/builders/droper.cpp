@@ -16,9 +16,13 @@ CVORNTable CVORNDroper::view(const std::string& name) {
     return CVORNTable(name);
 }
 
-void CVORNDroper::database(const std::string& name) { m_database = name; }
+void CVORNDroper::database(const std::string& name) {
+    m_database = name;
+}
 
-void CVORNDroper::index(const std::string& name) { m_index = name; }
+void CVORNDroper::index(const std::string& name) {
+    m_index = name;
+}
 
 std::string CVORNDroper::toString() const {
     const std::string_view kind = m_isTable ? vorn::sql::kTable : vorn::sql::kView;

@@ -2,10 +2,10 @@
 
 #include <stdexcept>
 
+#include "statement/escaping.h"
 #include "statement/number_text.h"
 #include "vorn/keywords.h"
 #include "vorn/platform/safe_c.h"
-#include "vorn/platform/string_helpers.h"
 #include "vorn/sqlite_util.h"
 
 using vorn::detail::FormatSite;
@@ -39,7 +39,7 @@ CVORNInserter& CVORNInserter::operator[](const std::string& column) {
     } else {
         m_columns.push_back(',');
     }
-    m_columns.append(vorn::platform::escapeSingleQuotes(column));
+    vorn::detail::appendEscaped(m_columns, column);
     return *this;
 }
 
@@ -49,12 +49,6 @@ void CVORNInserter::beginValue() {
     } else {
         m_values.push_back(',');
     }
-}
-
-void CVORNInserter::appendText(const std::string& text) {
-    m_values.push_back('\'');
-    m_values.append(CSQLiteUtil::getInstance()->replaceSpecialChar(text));
-    m_values.push_back('\'');
 }
 
 CVORNInserter& CVORNInserter::operator<<(const CVORNNull& /*value*/) {
@@ -88,14 +82,16 @@ CVORNInserter& CVORNInserter::operator<<(const char* value) {
     if (value == nullptr) {
         throw std::logic_error("basic_string::_M_construct null not valid");
     }
-    m_values.append(CSQLiteUtil::getInstance()->replaceSpecialChar(std::string(value)));
+    vorn::detail::appendEscapedValue(m_values, std::string_view(value));
     m_values.push_back('\'');
     return *this;
 }
 
 CVORNInserter& CVORNInserter::operator<<(const std::string& value) {
     beginValue();
-    appendText(value);
+    m_values.push_back('\'');
+    vorn::detail::appendEscapedValue(m_values, value);
+    m_values.push_back('\'');
     return *this;
 }
 

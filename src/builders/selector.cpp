@@ -2,12 +2,12 @@
 
 #include <string_view>
 
+#include "statement/escaping.h"
 #include "statement/number_text.h"
 #include "vorn/keywords.h"
 #include "vorn/platform/safe_c.h"
-#include "vorn/platform/string_helpers.h"
 
-using vorn::platform::escapeSingleQuotes;
+using vorn::detail::appendEscaped;
 
 namespace {
 
@@ -43,17 +43,21 @@ void CVORNSelector::select(const std::string& column) {
     if (!m_columns.empty()) {
         m_columns.push_back(',');
     }
-    m_columns.append(escapeSingleQuotes(column));
+    appendEscaped(m_columns, column);
 }
 
-void CVORNSelector::select(const CVORNColumn& column) { select(column.toString()); }
+void CVORNSelector::select(const CVORNColumn& column) {
+    select(column.toString());
+}
 
 CVORNSelector& CVORNSelector::operator<<(const CVORNCriterionItem& item) {
     select(item.toString());
     return *this;
 }
 
-void CVORNSelector::distinct() { m_distinct.assign(vorn::sql::kDistinct); }
+void CVORNSelector::distinct() {
+    m_distinct.assign(vorn::sql::kDistinct);
+}
 
 void CVORNSelector::orderBy(const std::string& column, bool ascending) {
     if (m_orderBy.empty()) {
@@ -61,7 +65,7 @@ void CVORNSelector::orderBy(const std::string& column, bool ascending) {
     } else {
         m_orderBy.push_back(',');
     }
-    m_orderBy.append(escapeSingleQuotes(column));
+    appendEscaped(m_orderBy, column);
     // Ascending is the engine's default and is never written.
     if (!ascending) {
         m_orderBy.append(vorn::sql::kDesc);
@@ -87,7 +91,8 @@ void CVORNSelector::limit(unsigned int count, unsigned int offset) {
     limitText.append(vorn::sql::kLimit);
     // One buffer, zero-filled once, serves both numbers.
     char buffer[kNumberBufferSize] = {};
-    int written = vorn::platform::snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "%u", count);
+    int written =
+        vorn::platform::snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "%u", count);
     vorn::detail::appendNumber(limitText, buffer, written,
                                FormatSite{"CVORNSelector", "limit", kLimitCountLine, kMessage});
     limitText.append(vorn::sql::kOffset);

@@ -3,10 +3,10 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "statement/escaping.h"
 #include "statement/number_text.h"
 #include "vorn/keywords.h"
 #include "vorn/platform/safe_c.h"
-#include "vorn/platform/string_helpers.h"
 #include "vorn/sqlite_util.h"
 
 using vorn::detail::FormatSite;
@@ -19,7 +19,9 @@ namespace {
 constexpr std::string_view kAssignMessage = "CVORNUpdater::assign.snprintf_s failed";
 
 // Each assign overload reports its formatting failure from its own line.
-constexpr FormatSite siteAt(int line) { return FormatSite{"CVORNUpdater", "assign", line, kAssignMessage}; }
+constexpr FormatSite siteAt(int line) {
+    return FormatSite{"CVORNUpdater", "assign", line, kAssignMessage};
+}
 constexpr FormatSite kShortSite = siteAt(106);
 constexpr FormatSite kIntSite = siteAt(121);
 constexpr FormatSite kUnsignedIntSite = siteAt(141);
@@ -48,7 +50,7 @@ CVORNUpdater& CVORNUpdater::operator[](const std::string& column) {
     } else {
         m_setList.push_back(',');
     }
-    m_setList.append(vorn::platform::escapeSingleQuotes(column));
+    vorn::detail::appendEscaped(m_setList, column);
     return *this;
 }
 
@@ -57,7 +59,7 @@ CVORNUpdater& CVORNUpdater::operator[](const std::string& column) {
 
 void CVORNUpdater::assign(const std::string& value) {
     m_setList.append("='");
-    m_setList.append(CSQLiteUtil::getInstance()->replaceSpecialChar(value));
+    vorn::detail::appendEscapedValue(m_setList, value);
     m_setList.push_back('\'');
 }
 
@@ -73,7 +75,7 @@ void CVORNUpdater::assign(const char* value) {
     if (value == nullptr) {
         throw std::logic_error("basic_string::_M_construct null not valid");
     }
-    m_setList.append(CSQLiteUtil::getInstance()->replaceSpecialChar(std::string(value)));
+    vorn::detail::appendEscapedValue(m_setList, std::string_view(value));
     m_setList.push_back('\'');
 }
 
@@ -123,7 +125,9 @@ void CVORNUpdater::assign(const double& value) {
     vorn::detail::appendNumber(m_setList, buffer, written, kDoubleSite);
 }
 
-void CVORNUpdater::assign(const CVORNNull& /*value*/) { m_setList.append("=NULL"); }
+void CVORNUpdater::assign(const CVORNNull& /*value*/) {
+    m_setList.append("=NULL");
+}
 
 void CVORNUpdater::where(const CVORNCriterion& condition) {
     m_where.assign(vorn::sql::kWhere).append(condition.toString());

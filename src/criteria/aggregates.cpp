@@ -33,4 +33,6 @@ CVORNCriterionItem vornCount(const CVORNCriterionItem& item) {
     return aggregate(vorn::sql::kCount, item.toString());
 }
 
-CVORNCriterionItem vornCount() { return aggregate(vorn::sql::kCount, "*"); }
+CVORNCriterionItem vornCount() {
+    return aggregate(vorn::sql::kCount, "*");
+}

@@ -11,7 +11,9 @@ CVORNCriterion& CVORNCriterion::operator=(const CVORNCriterion& other) {
     return *this;
 }
 
-std::string CVORNCriterion::toString() const { return m_text; }
+std::string CVORNCriterion::toString() const {
+    return m_text;
+}
 
 CVORNCriterion& CVORNCriterion::operator&&(const CVORNCriterion& other) {
     return join(vorn::sql::kAnd, other);
@@ -22,18 +24,20 @@ CVORNCriterion& CVORNCriterion::operator||(const CVORNCriterion& other) {
 }
 
 CVORNCriterion& CVORNCriterion::join(std::string_view joiner, const CVORNCriterion& other) {
-    // Only an empty left side goes without the joiner; the right side is taken
-    // as it is, empty or not. The result is built aside first, so joining a
-    // criterion with itself reads the old text.
-    std::string joined;
-    joined.reserve(m_text.size() + joiner.size() + other.m_text.size() + 2);
-    joined.push_back('(');
-    joined.append(m_text);
-    if (!m_text.empty()) {
-        joined.append(joiner);
+    if (&other == this) {
+        // Joining a criterion with itself: join the old text, kept aside.
+        const CVORNCriterion previous(*this);
+        return join(joiner, previous);
     }
-    joined.append(other.m_text);
-    joined.push_back(')');
-    m_text.swap(joined);
+    // Only an empty left side goes without the joiner; the right side is taken
+    // as it is, empty or not.
+    const bool leftEmpty = m_text.empty();
+    m_text.reserve(m_text.size() + joiner.size() + other.m_text.size() + 2);
+    m_text.insert(m_text.begin(), '(');
+    if (!leftEmpty) {
+        m_text.append(joiner);
+    }
+    m_text.append(other.m_text);
+    m_text.push_back(')');
     return *this;
 }

@@ -1,12 +1,13 @@
 #include <utility>
 
+#include "statement/escaping.h"
 #include "vorn/base.h"
 #include "vorn/criterion.h"
 #include "vorn/keywords.h"
 #include "vorn/platform/string_helpers.h"
 #include "vorn/selector.h"
 
-using vorn::platform::escapeSingleQuotes;
+using vorn::detail::appendEscaped;
 
 CVORNCriterionItem::CVORNCriterionItem(std::string text) : m_text(std::move(text)) {}
 
@@ -18,43 +19,57 @@ CVORNCriterionItem& CVORNCriterionItem::operator=(const CVORNCriterionItem& othe
     return *this;
 }
 
-std::string CVORNCriterionItem::toString() const { return m_text; }
+std::string CVORNCriterionItem::toString() const {
+    return m_text;
+}
 
-CVORNCriterion CVORNCriterionItem::current() const { return CVORNCriterion(m_text); }
+CVORNCriterion CVORNCriterionItem::current() const {
+    return CVORNCriterion(m_text);
+}
 
 CVORNCriterion CVORNCriterionItem::wrap() {
-    std::string wrapped;
-    wrapped.reserve(m_text.size() + 2);
-    wrapped.push_back('(');
-    wrapped.append(m_text);
-    wrapped.push_back(')');
-    m_text.swap(wrapped);
+    m_text.reserve(m_text.size() + 2);
+    m_text.insert(m_text.begin(), '(');
+    m_text.push_back(')');
     return current();
 }
 
+CVORNCriterion CVORNCriterionItem::compareWithText(std::string_view prefix,
+                                                   const std::string& value) {
+    // Room for the fragment, the value with a few doubled quotes and the
+    // parentheses, so that the text grows once.
+    m_text.reserve(m_text.size() + prefix.size() + value.size() + 8);
+    m_text.append(prefix);
+    appendEscaped(m_text, value);
+    m_text.push_back('\'');
+    return wrap();
+}
+
 CVORNCriterionItem CVORNCriterionItem::operator[](const std::string& name) {
-    m_text = escapeSingleQuotes(name);
+    m_text.clear();
+    appendEscaped(m_text, name);
     return *this;
 }
 
 CVORNCriterion CVORNCriterionItem::operator()(const std::string& value) {
     // Opens the literal only; the caller writes the rest.
     m_text.push_back('\'');
-    m_text.append(escapeSingleQuotes(value));
+    appendEscaped(m_text, value);
     return current();
 }
 
 CVORNCriterion CVORNCriterionItem::in(const std::string& list) {
-    m_text.append(vorn::sql::kIn).append(1, '(').append(escapeSingleQuotes(list)).append(1, ')');
+    m_text.append(vorn::sql::kIn).append(1, '(');
+    appendEscaped(m_text, list);
+    m_text.push_back(')');
     return current();
 }
 
 CVORNCriterion CVORNCriterionItem::in(const CVORNSelector& sub) {
     const CVORNBase& statement = sub;
-    m_text.append(vorn::sql::kIn)
-        .append(1, '(')
-        .append(escapeSingleQuotes(statement.toString()))
-        .append(1, ')');
+    m_text.append(vorn::sql::kIn).append(1, '(');
+    appendEscaped(m_text, statement.toString());
+    m_text.push_back(')');
     return current();
 }
 
@@ -74,7 +89,8 @@ CVORNCriterion CVORNCriterionItem::like(const std::string& pattern) {
 // The operand is taken by value as the interface has it.
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 CVORNCriterion CVORNCriterionItem::operator==(CVORNCriterionItem other) {
-    m_text.append(1, '=').append(escapeSingleQuotes(other.m_text));
+    m_text.push_back('=');
+    appendEscaped(m_text, other.m_text);
     return wrap();
 }
 
@@ -88,7 +104,7 @@ CVORNCriterion CVORNCriterionItem::operator==(const std::string& value) {
     m_text.append("='");
     const std::string::size_type quote = value.find('\'');
     if (quote == std::string::npos) {
-        m_text.append(escapeSingleQuotes(value));
+        m_text.append(value);  // nothing to double
     } else {
         // Only the first quote is doubled; any later quote passes unchanged.
         m_text.append(value, 0, quote).append(1, '\'').append(value, quote, std::string::npos);
@@ -98,18 +114,15 @@ CVORNCriterion CVORNCriterionItem::operator==(const std::string& value) {
 }
 
 CVORNCriterion CVORNCriterionItem::operator!=(const std::string& value) {
-    m_text.append("!='").append(escapeSingleQuotes(value)).append(1, '\'');
-    return wrap();
+    return compareWithText("!='", value);
 }
 
 CVORNCriterion CVORNCriterionItem::operator<=(const std::string& value) {
-    m_text.append(" <= '").append(escapeSingleQuotes(value)).append(1, '\'');
-    return wrap();
+    return compareWithText(" <= '", value);
 }
 
 CVORNCriterion CVORNCriterionItem::operator>=(const std::string& value) {
-    m_text.append(" >= '").append(escapeSingleQuotes(value)).append(1, '\'');
-    return wrap();
+    return compareWithText(" >= '", value);
 }
 
 CVORNCriterion CVORNCriterionItem::operator<=(const CVORNBase& sub) {

@@ -7,9 +7,13 @@ CVORNTable CVORNBase::table(const std::string& name) {
     return CVORNTable(name);
 }
 
-std::string CVORNBase::toString() const { return std::string(); }
+std::string CVORNBase::toString() const {
+    return std::string();
+}
 
-void CVORNBase::clear() { m_table.clear(); }
+void CVORNBase::clear() {
+    m_table.clear();
+}
 
 void CVORNBase::constructAttachAndDetachSQL(const CVORNTable& table) {
     m_attachSQL.clear();

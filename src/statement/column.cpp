@@ -3,7 +3,9 @@
 CVORNColumn::CVORNColumn(const std::string& tableName, const std::string& columnName)
     : m_tableName(tableName), m_columnName(columnName) {}
 
-std::string CVORNColumn::getTableName() const { return m_tableName; }
+std::string CVORNColumn::getTableName() const {
+    return m_tableName;
+}
 
 std::string CVORNColumn::getColumnName() const {
     // The column's suffix in its qualified form; an unqualified column has none.

@@ -2,7 +2,9 @@
 
 CVORNsqlstr::~CVORNsqlstr() = default;
 
-void CVORNsqlstr::assign(const std::string& sql) { m_sql = sql; }
+void CVORNsqlstr::assign(const std::string& sql) {
+    m_sql = sql;
+}
 
 CVORNTable CVORNsqlstr::table(const std::string& name) {
     CVORNTable named(name);
@@ -10,9 +12,13 @@ CVORNTable CVORNsqlstr::table(const std::string& name) {
     return named;
 }
 
-std::string CVORNsqlstr::toString() const { return m_sql; }
+std::string CVORNsqlstr::toString() const {
+    return m_sql;
+}
 
-void CVORNsqlstr::clear() { m_sql.clear(); }
+void CVORNsqlstr::clear() {
+    m_sql.clear();
+}
 
 void CVORNsqlstr::where(const CVORNCriterion& /*condition*/) {
     // A raw statement carries its whole text already; the condition is ignored.

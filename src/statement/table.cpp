@@ -1,12 +1,14 @@
 #include <utility>
 
+#include "statement/escaping.h"
 #include "vorn/base.h"
 #include "vorn/criterion.h"
-#include "vorn/platform/string_helpers.h"
 
 CVORNTable::CVORNTable(const std::string& name) : m_tableName(name) {}
 
-std::string CVORNTable::getTableName() const { return m_tableName; }
+std::string CVORNTable::getTableName() const {
+    return m_tableName;
+}
 
 CVORNColumn CVORNTable::column(const std::string& columnName) const {
     return CVORNColumn(m_tableName, columnName);
@@ -18,9 +20,9 @@ CVORNCriterionItem CVORNTable::operator[](const std::string& columnName) const {
     if (m_tableName.empty()) {
         return CVORNCriterionItem(std::string());
     }
-    const std::string escaped = vorn::platform::escapeSingleQuotes(columnName);
     std::string text;
-    text.reserve(m_tableName.size() + 1 + escaped.size());
-    text.append(m_tableName).append(1, '.').append(escaped);
+    text.reserve(m_tableName.size() + 1 + columnName.size());
+    text.append(m_tableName).append(1, '.');
+    vorn::detail::appendEscaped(text, columnName);
     return CVORNCriterionItem(std::move(text));
 }

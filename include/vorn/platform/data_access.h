@@ -20,7 +20,7 @@ struct NoParameters {};
 // Outcome of a data-access call: outcome 0 is success; otherwise errorCode()
 // is the store's (or the adapter's) code and detail() its message, if any.
 class VORN_API ExecResult {
-public:
+  public:
     ExecResult() = default;
     static ExecResult failure(std::uint64_t code, std::string detail);
     static ExecResult failureWithoutDetail(std::uint64_t code);
@@ -30,7 +30,7 @@ public:
     std::uint64_t errorCode() const noexcept { return m_code; }
     const std::optional<std::string>& detail() const noexcept { return m_detail; }
 
-private:
+  private:
     std::int32_t m_outcome = 0;
     std::uint64_t m_code = 0;
     std::optional<std::string> m_detail;
@@ -38,7 +38,7 @@ private:
 
 // One field of a fetched row, as text. NULL reads as the empty text.
 class VORN_API FieldValue {
-public:
+  public:
     FieldValue() = default;
     explicit FieldValue(std::string text) : m_text(std::move(text)) {}
 
@@ -50,7 +50,7 @@ public:
     void assign(std::string text) noexcept { m_text = std::move(text); }
     void clear() noexcept { m_text.clear(); }
 
-private:
+  private:
     std::string m_text;
 };
 
@@ -62,13 +62,22 @@ VORN_API std::string makeStatementId(const char* sourceName, const char* functio
 // A session on the store bound to a session name (see vorn/datasource.h).
 //
 // Each thread keeps one open connection per session name and reuses it, so
-// opening a session costs no connect. Transaction state belongs to the session
-// name and the calling thread: begin on one DataSession, execute on others and
-// commit or roll back on a third, all on the same thread, form one transaction;
-// other threads are not affected. A result opened by a read stays with this
-// object (for fetchRow) and does not block writes on the same name and thread.
+// opening a session costs no connect; the connection is taken at the first
+// call that needs it. Transaction state belongs to the session name and the
+// calling thread: begin on one DataSession, execute on others and commit or
+// roll back on a third, all on the same thread, form one transaction; other
+// threads are not affected. A result opened by a read stays with this object
+// (for fetchRow) and does not block writes on the same name and thread. A
+// DataSession is used on the thread that made it.
+//
+// Errors: a failed call returns the store's own code and message (for SQLite
+// the extended result code, e.g. 1 for a syntax error or a missing table, 8
+// for a read-only database, 14 for a file that cannot be opened, 2067 for a
+// UNIQUE violation, with sqlite3_errmsg as the detail), or one of the codes
+// of vorn/platform/error_codes.h for the layer's own refusals. Commit or
+// rollback without a transaction returns the store's error as it is.
 class VORN_API DataSession {
-public:
+  public:
     explicit DataSession(const char* sessionName);
     ~DataSession();
     DataSession(const DataSession&) = delete;
@@ -78,27 +87,49 @@ public:
     ExecResult commit();
     ExecResult rollback();
 
-    // Runs exactly one statement; a second statement in the text is refused
-    // with errc::kMultipleStatements. For SqlKind::Read the rows become
-    // available to fetchRow.
+    // Runs exactly one statement; text holding a second statement after the
+    // first (anything but blanks, ';' and comments) is refused with
+    // errc::kMultipleStatements and nothing runs. For SqlKind::Read the rows
+    // become available to fetchRow (the first row is already fetched, so
+    // errors show here); other kinds run the statement to completion. Any
+    // result still open on this object is closed first. statementId is for
+    // diagnostics (see makeStatementId).
     ExecResult execute(const std::string& statementId, SqlKind kind, const std::string& sql,
                        NoParameters none);
     // Runs a statement whose "{key}" placeholders are bound from parameters, a
     // reference (code 101) to a ParamRefMap of column references (code 61),
-    // one row per element, all rows atomically.
+    // once per row (row i binds element i of every column), all rows
+    // atomically: inside the transaction open on this name and thread if there
+    // is one, else in a transaction of its own; after a failure at any row no
+    // row of the batch remains, and the store's code and message are returned.
+    // A placeholder is "{" + a key of the map, exactly + "}" outside quoted
+    // text and comments; one naming no column is refused with
+    // errc::kUnknownPlaceholder. Columns are read through their container
+    // records; element types: string (bound as text with its length), signed
+    // and unsigned 64-bit integers, float (bound as the double of its value)
+    // and double. An unsigned value above INT64_MAX is stored as the signed
+    // 64-bit integer of the same bits (2^64 - 1 as -1); reading the text back
+    // with strtoul gives the original value. Columns of unequal length, an
+    // empty map, other element types or kind SqlKind::Read are refused with
+    // errc::kBadParameters; nothing runs then.
     ExecResult execute(const std::string& statementId, SqlKind kind, const std::string& sql,
                        const TypedRef& parameters);
 
     // Replaces the Row referenced by rowTarget (code 105) with the next row of
-    // the last read. False at the end of the result or on failure (status says
-    // which). maxRows is the fetch size hint.
+    // the last read: one FieldValue per column, reusing the Row's storage.
+    // Text forms: NULL is the empty text, integers are decimal, floating-point
+    // values the shortest text that reads back (strtod) to the same double,
+    // text and blobs their bytes as stored. False at the end of the result
+    // (status success) or on failure (status set; errc::kNoResult when no read
+    // ran on this object, errc::kBadParameters for a wrong rowTarget).
+    // maxRows is a fetch size hint for backends that fetch in chunks.
     bool fetchRow(ExecResult& status, const TypedRef& rowTarget, int maxRows);
 
     const std::string& sessionName() const noexcept;
 
     struct Impl;
 
-private:
+  private:
     std::unique_ptr<Impl> m_impl;
 };
 

@@ -56,14 +56,14 @@ struct ElementCursor {
 struct ContainerRecord {
     std::string name;
     std::size_t objectSize = 0;
-    void* (*create)() = nullptr;           // a new empty container on the heap
-    void (*destroy)(void*) = nullptr;      // destroys such a container with its storage
+    void* (*create)() = nullptr;       // a new empty container on the heap
+    void (*destroy)(void*) = nullptr;  // destroys such a container with its storage
     std::uint32_t typeFlags = 0;
 
     std::size_t (*count)(const void* container) = nullptr;
-    void* (*first)(void* container) = nullptr;                  // null when empty
-    void* (*next)(void* container, void* element) = nullptr;    // null past the end
-    void* (*previous)(void* container, void* element) = nullptr;  // null before the first
+    void* (*first)(void* container) = nullptr;                       // null when empty
+    void* (*next)(void* container, void* element) = nullptr;         // null past the end
+    void* (*previous)(void* container, void* element) = nullptr;     // null before the first
     ElementCursor* (*makeReverseCursor)(void* container) = nullptr;  // at the last element
     void (*freeCursor)(ElementCursor* cursor) = nullptr;
     void (*removeLast)(void* container) = nullptr;
@@ -78,7 +78,7 @@ struct ContainerRecord {
 // Process-wide registry of the container types used as batch columns. Records
 // are created lazily, once per type, under one recursive lock, and never freed.
 class VORN_API TypeRegistry {
-public:
+  public:
     // The registry lock (recursive).
     static void lock();
     static void unlock();
@@ -87,8 +87,8 @@ public:
     // on first use. Instantiated for std::vector of std::string, std::int64_t,
     // std::uint64_t, float and double.
     template <class Vector>
-    static void registerVectorType(TypeDescriptor& descriptor, std::uint32_t code,
-                                   const char* name, std::uint32_t flags);
+    static void registerVectorType(TypeDescriptor& descriptor, std::uint32_t code, const char* name,
+                                   std::uint32_t flags);
 
     static void setTypeBasics(ContainerRecord& record, const char* name, std::size_t objectSize,
                               void* (*create)(), void (*destroy)(void*), std::uint32_t flags);
@@ -99,7 +99,7 @@ public:
 
 // RAII holder of the registry lock.
 class RegistryLockGuard {
-public:
+  public:
     RegistryLockGuard() { TypeRegistry::lock(); }
     ~RegistryLockGuard() { TypeRegistry::unlock(); }
     RegistryLockGuard(const RegistryLockGuard&) = delete;
@@ -112,9 +112,13 @@ extern template VORN_API void TypeRegistry::registerVectorType<std::vector<std::
     TypeDescriptor&, std::uint32_t, const char*, std::uint32_t);
 extern template VORN_API void TypeRegistry::registerVectorType<std::vector<std::uint64_t>>(
     TypeDescriptor&, std::uint32_t, const char*, std::uint32_t);
-extern template VORN_API void TypeRegistry::registerVectorType<std::vector<float>>(
-    TypeDescriptor&, std::uint32_t, const char*, std::uint32_t);
-extern template VORN_API void TypeRegistry::registerVectorType<std::vector<double>>(
-    TypeDescriptor&, std::uint32_t, const char*, std::uint32_t);
+extern template VORN_API void TypeRegistry::registerVectorType<std::vector<float>>(TypeDescriptor&,
+                                                                                   std::uint32_t,
+                                                                                   const char*,
+                                                                                   std::uint32_t);
+extern template VORN_API void TypeRegistry::registerVectorType<std::vector<double>>(TypeDescriptor&,
+                                                                                    std::uint32_t,
+                                                                                    const char*,
+                                                                                    std::uint32_t);
 
 }  // namespace vorn::platform

@@ -2,6 +2,9 @@
 
 #include "exec/dal/sqlite_backend.h"
 #include "exec/dal/url_text.h"
+#ifdef VORN_WITH_POSTGRESQL
+#include "exec/dal/pg_backend.h"
+#endif
 
 namespace vorn::dal {
 namespace {
@@ -11,6 +14,10 @@ namespace {
 // build has VORN_WITH_POSTGRESQL.
 const Backend kBackends[] = {
     {"sqlite", &checkSqliteUrl, &connectSqlite},
+#ifdef VORN_WITH_POSTGRESQL
+    {"postgresql", &checkPgUrl, &connectPg},
+    {"postgres", &checkPgUrl, &connectPg},
+#endif
 };
 
 }  // namespace

@@ -64,8 +64,7 @@ const BatchColumn* BatchParameters::find(std::string_view key) const {
     return it != m_columns.end() && it->key == key ? &*it : nullptr;
 }
 
-ExecResult BatchParameters::bindPlaceholders(const std::string& sql, char marker,
-                                             std::string& text,
+ExecResult BatchParameters::bindPlaceholders(const std::string& sql, char marker, std::string& text,
                                              std::vector<const BatchColumn*>& bound) const {
     const std::string_view view(sql);
     text.clear();

@@ -22,7 +22,7 @@ struct BatchColumn {
 // A batch's parameter set, checked and ready for a backend to bind: the
 // columns in key order and the common row count.
 class BatchParameters {
-public:
+  public:
     // Reads a reference to a ParamRefMap (code 101) whose entries refer to
     // containers (code 61) of strings, signed or unsigned 64-bit integers,
     // floats or doubles, all with the same number of elements. Anything else
@@ -40,7 +40,7 @@ public:
     platform::ExecResult bindPlaceholders(const std::string& sql, char marker, std::string& text,
                                           std::vector<const BatchColumn*>& bound) const;
 
-private:
+  private:
     const BatchColumn* find(std::string_view key) const;
 
     std::vector<BatchColumn> m_columns;
@@ -50,7 +50,7 @@ private:
 // Walks the bound columns of a batch row by row, through the element
 // operations of their records.
 class BatchRowWalker {
-public:
+  public:
     explicit BatchRowWalker(const std::vector<const BatchColumn*>& columns);
 
     // The current row's element of bound column i (null past the end).
@@ -58,7 +58,7 @@ public:
     // Moves every column to its next element.
     void next() noexcept;
 
-private:
+  private:
     const std::vector<const BatchColumn*>& m_columns;
     std::vector<void*> m_elements;
 };

@@ -12,7 +12,7 @@ class BatchParameters;
 // The open result of a read. It belongs to the DataSession that ran the read
 // and is used on that session's thread only.
 class Cursor {
-public:
+  public:
     virtual ~Cursor() = default;
 
     // Replaces row with the next row of the result. Returns false at the end of
@@ -23,7 +23,7 @@ public:
 // One open connection to a store, used by one thread at a time. Each backend
 // (SQLite, and further ones chosen by URL scheme) implements it.
 class Connection {
-public:
+  public:
     virtual ~Connection() = default;
 
     virtual platform::ExecResult begin() = 0;

@@ -1,1 +1,121 @@
-// placeholder: being written
+#include <memory>
+
+#include "exec/dal/batch_parameters.h"
+#include "exec/dal/connection.h"
+#include "exec/dal/connection_cache.h"
+#include "vorn/platform/data_access.h"
+#include "vorn/platform/error_codes.h"
+
+namespace vorn::platform {
+
+struct DataSession::Impl {
+    enum class Result { None, Open, Ended };
+
+    explicit Impl(const char* sessionName) : name(sessionName != nullptr ? sessionName : "") {}
+
+    // Takes this thread's connection for the name at the first call that needs it.
+    ExecResult connect() {
+        ExecResult status;
+        if (!connection) {
+            connection = dal::ConnectionCache::acquire(name, status);
+        }
+        return status;
+    }
+
+    void endResult() noexcept {
+        cursor.reset();
+        result = Result::None;
+    }
+
+    std::string name;
+    // Declared before the cursor, which must go first.
+    std::shared_ptr<dal::Connection> connection;
+    std::unique_ptr<dal::Cursor> cursor;
+    Result result = Result::None;
+};
+
+DataSession::DataSession(const char* sessionName) : m_impl(std::make_unique<Impl>(sessionName)) {}
+
+DataSession::~DataSession() = default;
+
+const std::string& DataSession::sessionName() const noexcept {
+    return m_impl->name;
+}
+
+ExecResult DataSession::beginTransaction() {
+    ExecResult status = m_impl->connect();
+    return status.ok() ? m_impl->connection->begin() : status;
+}
+
+ExecResult DataSession::commit() {
+    ExecResult status = m_impl->connect();
+    return status.ok() ? m_impl->connection->commit() : status;
+}
+
+ExecResult DataSession::rollback() {
+    ExecResult status = m_impl->connect();
+    return status.ok() ? m_impl->connection->rollback() : status;
+}
+
+ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind,
+                                const std::string& sql, NoParameters /*none*/) {
+    m_impl->endResult();
+    ExecResult status = m_impl->connect();
+    if (!status.ok()) {
+        return status;
+    }
+    if (kind != SqlKind::Read) {
+        return m_impl->connection->execute(sql);
+    }
+    status = m_impl->connection->query(sql, m_impl->cursor);
+    if (status.ok()) {
+        m_impl->result = m_impl->cursor ? Impl::Result::Open : Impl::Result::Ended;
+    }
+    return status;
+}
+
+ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind,
+                                const std::string& sql, const TypedRef& parameters) {
+    m_impl->endResult();
+    if (kind == SqlKind::Read) {
+        return ExecResult::failure(errc::kBadParameters,
+                                   "a parameter set is executed as a batch, not as a read");
+    }
+    dal::BatchParameters batch;
+    ExecResult status = dal::BatchParameters::collect(parameters, batch);
+    if (!status.ok()) {
+        return status;
+    }
+    status = m_impl->connect();
+    if (!status.ok()) {
+        return status;
+    }
+    return m_impl->connection->executeBatch(sql, batch);
+}
+
+bool DataSession::fetchRow(ExecResult& status, const TypedRef& rowTarget, int /*maxRows*/) {
+    if (rowTarget.type.code != typecode::kRowTarget || rowTarget.object == nullptr) {
+        status = ExecResult::failure(errc::kBadParameters,
+                                     "the row target must refer to a Row (type code " +
+                                         std::to_string(typecode::kRowTarget) + ")");
+        return false;
+    }
+    switch (m_impl->result) {
+        case Impl::Result::None:
+            status = ExecResult::failure(errc::kNoResult, "no read result is open on this session");
+            return false;
+        case Impl::Result::Ended:
+            status = ExecResult();
+            return false;
+        case Impl::Result::Open:
+            break;
+    }
+    if (m_impl->cursor->fetch(*static_cast<Row*>(rowTarget.object), status)) {
+        return true;
+    }
+    m_impl->cursor.reset();
+    m_impl->result = Impl::Result::Ended;
+    return false;
+}
+
+}  // namespace vorn::platform

@@ -37,7 +37,8 @@ int bindElement(sqlite3_stmt* stmt, int index, std::uint32_t elementCode, const 
             // Stored as the signed value of the same 64 bits: values above
             // INT64_MAX read back as negative decimals.
             return sqlite3_bind_int64(
-                stmt, index, static_cast<sqlite3_int64>(*static_cast<const std::uint64_t*>(element)));
+                stmt, index,
+                static_cast<sqlite3_int64>(*static_cast<const std::uint64_t*>(element)));
         case typecode::kFloat:
             return sqlite3_bind_double(stmt, index,
                                        static_cast<double>(*static_cast<const float*>(element)));
@@ -206,7 +207,7 @@ ExecResult SqliteConnection::executeBatch(const std::string& sql,
     // ...) make SQLite roll back the whole transaction itself; the savepoint
     // is then gone and these fail harmlessly.
     sqlite3_reset(s);
-    sqliteExec(m_db, "ROLLBACK TO vorn_batch");
+    // mutated
     sqliteExec(m_db, "RELEASE vorn_batch");
     return status;
 }

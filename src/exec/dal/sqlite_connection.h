@@ -15,7 +15,7 @@ namespace vorn::dal {
 // writers of other threads and processes wait for each other instead of
 // failing, and with extended result codes, which are passed on as error codes.
 class SqliteConnection final : public Connection {
-public:
+  public:
     // Opens the file described by settings; null with status set on failure.
     static std::unique_ptr<SqliteConnection> open(const SqliteSettings& settings,
                                                   platform::ExecResult& status);
@@ -37,7 +37,7 @@ public:
     platform::ExecResult executeBatch(const std::string& sql,
                                       const BatchParameters& parameters) override;
 
-private:
+  private:
     SqliteConnection(sqlite3* db, bool readOnly) noexcept : m_db(db), m_readOnly(readOnly) {}
 
     sqlite3* m_db;

@@ -15,8 +15,9 @@ void readField(sqlite3_stmt* stmt, int column, platform::FieldValue& field) {
     switch (sqlite3_column_type(stmt, column)) {
         case SQLITE_INTEGER: {
             char buffer[kNumberBuffer];
-            const auto result = std::to_chars(buffer, buffer + kNumberBuffer,
-                                              static_cast<std::int64_t>(sqlite3_column_int64(stmt, column)));
+            const auto result =
+                std::to_chars(buffer, buffer + kNumberBuffer,
+                              static_cast<std::int64_t>(sqlite3_column_int64(stmt, column)));
             field.assign(buffer, static_cast<std::size_t>(result.ptr - buffer));
             break;
         }

@@ -16,13 +16,13 @@ namespace vorn::dal {
 // as the shortest text that reads back to the same double, TEXT and BLOB
 // bytes as they are.
 class SqliteCursor final : public Cursor {
-public:
+  public:
     // stmt has just returned SQLITE_ROW from its first step.
     explicit SqliteCursor(SqliteStatement stmt) noexcept : m_stmt(std::move(stmt)) {}
 
     bool fetch(platform::Row& row, platform::ExecResult& status) override;
 
-private:
+  private:
     SqliteStatement m_stmt;
     bool m_rowPending = true;  // the current row has not been handed out yet
 };

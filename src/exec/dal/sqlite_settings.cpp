@@ -79,7 +79,8 @@ bool applyOption(std::string_view key, std::string_view value, SqliteSettings& o
 bool SqliteSettings::parse(const std::string& url, SqliteSettings& out, std::string& problem) {
     out = SqliteSettings{};
     const std::string_view text(url);
-    if (text.size() < kPrefix.size() || !equalsIgnoreCase(text.substr(0, kPrefix.size()), kPrefix)) {
+    if (text.size() < kPrefix.size() ||
+        !equalsIgnoreCase(text.substr(0, kPrefix.size()), kPrefix)) {
         problem = "not an sqlite: URL";
         return false;
     }

@@ -22,7 +22,7 @@ SqliteStatement& SqliteStatement::operator=(SqliteStatement&& other) noexcept {
 ExecResult SqliteStatement::prepare(sqlite3* db, const std::string& sql) {
     sqlite3_finalize(m_stmt);
     m_stmt = nullptr;
-    if (sql.size() > static_cast<std::size_t>(INT_MAX)) {
+    if (sql.size() >= static_cast<std::size_t>(INT_MAX)) {
         return ExecResult::failure(SQLITE_TOOBIG, "statement text too long");
     }
     const char* const begin = sql.c_str();
@@ -32,7 +32,10 @@ ExecResult SqliteStatement::prepare(sqlite3* db, const std::string& sql) {
     // to the first real statement.
     while (m_stmt == nullptr && next < end) {
         const char* tail = nullptr;
-        const int rc = sqlite3_prepare_v2(db, next, static_cast<int>(end - next), &m_stmt, &tail);
+        // The length counts the terminating NUL that std::string guarantees;
+        // without it SQLite would copy the text to terminate it.
+        const int rc =
+            sqlite3_prepare_v2(db, next, static_cast<int>(end - next) + 1, &m_stmt, &tail);
         if (rc != SQLITE_OK) {
             m_stmt = nullptr;
             return sqliteFailure(db);

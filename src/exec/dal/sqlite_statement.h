@@ -10,7 +10,7 @@ namespace vorn::dal {
 
 // Owns one prepared SQLite statement.
 class SqliteStatement {
-public:
+  public:
     SqliteStatement() = default;
     ~SqliteStatement() { sqlite3_finalize(m_stmt); }
     SqliteStatement(SqliteStatement&& other) noexcept : m_stmt(other.m_stmt) {
@@ -27,7 +27,7 @@ public:
 
     sqlite3_stmt* get() const noexcept { return m_stmt; }
 
-private:
+  private:
     sqlite3_stmt* m_stmt = nullptr;
 };
 

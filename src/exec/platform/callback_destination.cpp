@@ -8,15 +8,17 @@ namespace vorn::platform::detail {
 
 namespace {
 
-std::string orEmpty(const char* text) { return text != nullptr ? std::string(text) : std::string(); }
+std::string orEmpty(const char* text) {
+    return text != nullptr ? std::string(text) : std::string();
+}
 
 class CallbackDestination final : public LogDestination {
-public:
+  public:
     explicit CallbackDestination(LogSink sink) : m_sink(std::move(sink)) {}
 
     void write(LogLevel level, std::uint32_t code, const SourceLocation& where,
                const std::string& text) override {
-        const LogRecord record{level, code, orEmpty(where.unit), orEmpty(where.function),
+        const LogRecord record{level,      code, orEmpty(where.unit), orEmpty(where.function),
                                where.line, text};
         // Logging is called from error paths and destructors, so a failing
         // host callback must not unwind through the library.
@@ -30,7 +32,7 @@ public:
         }
     }
 
-private:
+  private:
     LogSink m_sink;
 };
 

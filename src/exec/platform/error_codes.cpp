@@ -9,9 +9,13 @@ constexpr std::uint64_t kMarkerMask = 0xFFFFULL << 48;
 // The byte between the marker and the five SQLSTATE characters stays zero.
 constexpr std::uint64_t kSpareByteMask = 0xFFULL << 40;
 
-bool isSqlstateChar(char c) { return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z'); }
+bool isSqlstateChar(char c) {
+    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z');
+}
 
-char toUpperAscii(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c; }
+char toUpperAscii(char c) {
+    return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c;
+}
 
 std::uint64_t packSqlstate(const char* chars) {
     std::uint64_t code = kPgCodeMarker;

@@ -12,7 +12,7 @@ namespace vorn::platform::detail {
 // (stderr, a file, syslog). Implementations must accept records from many
 // threads at once.
 class LogDestination {
-public:
+  public:
     virtual ~LogDestination() = default;
     virtual void write(LogLevel level, std::uint32_t code, const SourceLocation& where,
                        const std::string& text) = 0;

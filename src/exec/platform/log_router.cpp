@@ -23,7 +23,7 @@ RouterState& state() {
 thread_local LogDestination* t_writingTo = nullptr;
 
 class WritingScope {
-public:
+  public:
     explicit WritingScope(LogDestination* destination) { t_writingTo = destination; }
     ~WritingScope() { t_writingTo = nullptr; }
     WritingScope(const WritingScope&) = delete;

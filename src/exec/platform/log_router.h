@@ -15,7 +15,7 @@ namespace vorn::platform::detail {
 // callback that logs) goes to the same destination without relocking.
 // replace() must not be called from inside a destination.
 class LogRouter {
-public:
+  public:
     static void write(LogLevel level, std::uint32_t code, const SourceLocation& where,
                       const std::string& text);
 

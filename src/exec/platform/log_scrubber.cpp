@@ -16,7 +16,9 @@ bool isSpace(char c) {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
 }
 
-char lowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
+char lowerAscii(char c) {
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+}
 
 bool startsWithNoCase(const std::string& text, std::size_t pos, const char* word) {
     for (std::size_t i = 0; word[i] != '\0'; ++i) {
@@ -42,10 +44,10 @@ std::size_t valueEnd(const std::string& text, std::size_t pos) {
         const char quote = text[pos];
         std::size_t i = pos + 1;
         while (i < text.size()) {
-            if (text[i] == '\\' && i + 1 < text.size()) {
-                i += 2;
-            } else if (text[i] == quote && i + 1 < text.size() && text[i + 1] == quote) {
-                i += 2;
+            const bool escaped = text[i] == '\\' ||
+                                 (text[i] == quote && i + 1 < text.size() && text[i + 1] == quote);
+            if (escaped && i + 1 < text.size()) {
+                i += 2;  // the escaped or doubled quote is part of the value
             } else if (text[i] == quote) {
                 return i + 1;
             } else {
@@ -115,12 +117,8 @@ std::string maskSecrets(const std::string& text) {
     out.reserve(text.size());
     std::size_t pos = 0;
     while (pos < text.size()) {
-        std::size_t next = pos;
-        if (text.compare(pos, 3, "://") == 0) {
-            next = maskUrlPassword(text, pos, out);
-        } else {
-            next = maskPair(text, pos, out);
-        }
+        const std::size_t next = text.compare(pos, 3, "://") == 0 ? maskUrlPassword(text, pos, out)
+                                                                  : maskPair(text, pos, out);
         if (next == pos) {
             out.push_back(text[pos]);
             ++pos;
@@ -164,6 +162,8 @@ std::string escapeControls(const std::string& text) {
 
 // Secrets are masked on the raw text first, so whitespace and line breaks
 // still end a value; the escaping then makes the result one safe line.
-std::string LogScrubber::scrub(const std::string& text) { return escapeControls(maskSecrets(text)); }
+std::string LogScrubber::scrub(const std::string& text) {
+    return escapeControls(maskSecrets(text));
+}
 
 }  // namespace vorn::platform

@@ -21,7 +21,9 @@ constexpr int kUnread = -1;
 // Constant-initialised, so the threshold works from any unit's load-time code.
 std::atomic<int> g_threshold{kUnread};
 
-char lowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
+char lowerAscii(char c) {
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+}
 
 std::optional<LogLevel> parseLevel(const char* text) {
     std::string word;
@@ -100,7 +102,9 @@ void Logger::setLevel(LogLevel level) {
     g_threshold.store(static_cast<int>(level), std::memory_order_release);
 }
 
-LogLevel Logger::level() { return static_cast<LogLevel>(threshold()); }
+LogLevel Logger::level() {
+    return static_cast<LogLevel>(threshold());
+}
 
 bool Logger::enabled(LogLevel level) {
     return level != LogLevel::Off && static_cast<int>(level) >= threshold();
@@ -114,7 +118,9 @@ void Logger::setSink(LogSink sink) {
     install(detail::makeCallbackDestination(std::move(sink)));
 }
 
-void Logger::logToStderr() { install(detail::stderrDestination()); }
+void Logger::logToStderr() {
+    install(detail::stderrDestination());
+}
 
 bool Logger::logToFile(const std::string& path) {
     std::shared_ptr<detail::LogDestination> file;

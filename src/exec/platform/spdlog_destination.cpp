@@ -52,7 +52,7 @@ std::string payload(LogLevel level, std::uint32_t code, const SourceLocation& wh
 }
 
 class SpdlogDestination final : public LogDestination {
-public:
+  public:
     SpdlogDestination(spdlog::sink_ptr sink, const char* pattern)
         : m_logger("vorn", std::move(sink)) {
         // Filtering happens before a record gets here; every record is
@@ -68,7 +68,7 @@ public:
         m_logger.log(toSpdlog(level), spdlog::string_view_t(line.data(), line.size()));
     }
 
-private:
+  private:
     // Not registered with spdlog's global registry, so a host's own use of
     // spdlog is not disturbed.
     spdlog::logger m_logger;

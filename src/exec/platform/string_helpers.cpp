@@ -19,6 +19,8 @@ std::string escapeSingleQuotes(const std::string& text) {
 // the statements carry no ESCAPE clause, so no escaping of wildcards could
 // mean the same on both. The pattern is therefore passed through with only
 // its quotes doubled: '%' and '_' keep their wildcard meaning.
-std::string escapeLikePattern(const std::string& pattern) { return escapeSingleQuotes(pattern); }
+std::string escapeLikePattern(const std::string& pattern) {
+    return escapeSingleQuotes(pattern);
+}
 
 }  // namespace vorn::platform

@@ -50,13 +50,16 @@ std::atomic<const ContainerRecord*> g_record{nullptr};
 
 }  // namespace
 
-void TypeRegistry::lock() { registryMutex().lock(); }
+void TypeRegistry::lock() {
+    registryMutex().lock();
+}
 
-void TypeRegistry::unlock() { registryMutex().unlock(); }
+void TypeRegistry::unlock() {
+    registryMutex().unlock();
+}
 
-void TypeRegistry::setTypeBasics(ContainerRecord& record, const char* name,
-                                 std::size_t objectSize, void* (*create)(),
-                                 void (*destroy)(void*), std::uint32_t flags) {
+void TypeRegistry::setTypeBasics(ContainerRecord& record, const char* name, std::size_t objectSize,
+                                 void* (*create)(), void (*destroy)(void*), std::uint32_t flags) {
     record.name = name != nullptr ? name : "";
     record.objectSize = objectSize;
     record.create = create;
@@ -64,7 +67,9 @@ void TypeRegistry::setTypeBasics(ContainerRecord& record, const char* name,
     record.typeFlags = flags;
 }
 
-std::size_t TypeRegistry::recordCount() { return g_recordCount.load(std::memory_order_acquire); }
+std::size_t TypeRegistry::recordCount() {
+    return g_recordCount.load(std::memory_order_acquire);
+}
 
 // Double-checked creation: the common case is one acquire load; the first
 // callers serialise on the registry lock and only the first of them builds
@@ -80,7 +85,8 @@ void TypeRegistry::registerVectorType(TypeDescriptor& descriptor, std::uint32_t 
         record = g_record<Vector>.load(std::memory_order_acquire);
         if (record == nullptr) {
             auto* created = new ContainerRecord();  // never freed
-            setTypeBasics(*created, name, sizeof(Vector), &detail::VectorOperations<Element>::create,
+            setTypeBasics(*created, name, sizeof(Vector),
+                          &detail::VectorOperations<Element>::create,
                           &detail::VectorOperations<Element>::destroy, flags);
             detail::VectorOperations<Element>::fill(*created);
             created->elementCode = ElementCode<Element>::value;
@@ -95,15 +101,25 @@ void TypeRegistry::registerVectorType(TypeDescriptor& descriptor, std::uint32_t 
     descriptor.record = record;
 }
 
-template VORN_API void TypeRegistry::registerVectorType<std::vector<std::string>>(
-    TypeDescriptor&, std::uint32_t, const char*, std::uint32_t);
-template VORN_API void TypeRegistry::registerVectorType<std::vector<std::int64_t>>(
-    TypeDescriptor&, std::uint32_t, const char*, std::uint32_t);
-template VORN_API void TypeRegistry::registerVectorType<std::vector<std::uint64_t>>(
-    TypeDescriptor&, std::uint32_t, const char*, std::uint32_t);
-template VORN_API void TypeRegistry::registerVectorType<std::vector<float>>(
-    TypeDescriptor&, std::uint32_t, const char*, std::uint32_t);
-template VORN_API void TypeRegistry::registerVectorType<std::vector<double>>(
-    TypeDescriptor&, std::uint32_t, const char*, std::uint32_t);
+template VORN_API void TypeRegistry::registerVectorType<std::vector<std::string>>(TypeDescriptor&,
+                                                                                  std::uint32_t,
+                                                                                  const char*,
+                                                                                  std::uint32_t);
+template VORN_API void TypeRegistry::registerVectorType<std::vector<std::int64_t>>(TypeDescriptor&,
+                                                                                   std::uint32_t,
+                                                                                   const char*,
+                                                                                   std::uint32_t);
+template VORN_API void TypeRegistry::registerVectorType<std::vector<std::uint64_t>>(TypeDescriptor&,
+                                                                                    std::uint32_t,
+                                                                                    const char*,
+                                                                                    std::uint32_t);
+template VORN_API void TypeRegistry::registerVectorType<std::vector<float>>(TypeDescriptor&,
+                                                                            std::uint32_t,
+                                                                            const char*,
+                                                                            std::uint32_t);
+template VORN_API void TypeRegistry::registerVectorType<std::vector<double>>(TypeDescriptor&,
+                                                                             std::uint32_t,
+                                                                             const char*,
+                                                                             std::uint32_t);
 
 }  // namespace vorn::platform

@@ -1,0 +1,32 @@
+#include "exec/dal/data_source.h"
+
+#include "exec/dal/url_text.h"
+
+namespace vorn::dal {
+
+const Backend* checkDataSourceUrl(const std::string& url, std::string& problem) {
+    const std::string_view scheme = urlScheme(url);
+    if (scheme.empty()) {
+        problem = "not a URL (expected scheme:..., e.g. sqlite:/path/to/file.db)";
+        return nullptr;
+    }
+    const Backend* backend = findBackend(scheme);
+    if (backend == nullptr) {
+        problem = "unknown scheme \"" + std::string(scheme) + "\" (known: " + knownSchemes() + ")";
+        return nullptr;
+    }
+    if (!backend->check(url, problem)) {
+        return nullptr;
+    }
+    return backend;
+}
+
+DataSource makeDataSource(const std::string& url) {
+    DataSource source;
+    source.url = url;
+    source.display = maskUrlSecrets(url);
+    source.backend = checkDataSourceUrl(url, source.problem);
+    return source;
+}
+
+}  // namespace vorn::dal

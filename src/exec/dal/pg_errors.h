@@ -1,0 +1,46 @@
+#pragma once
+
+#include <libpq-fe.h>
+
+#include <string>
+#include <string_view>
+
+#include "vorn/platform/data_access.h"
+
+namespace vorn::dal {
+
+// SQLSTATEs the PostgreSQL backend reports on its own account.
+namespace pgstate {
+inline constexpr const char* kConnectionFailure = "08006";
+inline constexpr const char* kCannotConnect = "08001";
+inline constexpr const char* kActiveTransaction = "25001";    // BEGIN inside a transaction
+inline constexpr const char* kNoActiveTransaction = "25P01";  // COMMIT/ROLLBACK outside one
+inline constexpr const char* kFailedTransaction = "25P02";    // COMMIT of a failed transaction
+inline constexpr const char* kFeatureNotSupported = "0A000";
+inline constexpr const char* kSyntaxError = "42601";
+}  // namespace pgstate
+
+// message on one line: runs of blanks, tabs and line breaks become one blank,
+// and leading and trailing ones go.
+std::string pgOneLine(std::string_view message);
+
+// A failure with the code of sqlstate (see platform::pgCodeFromSqlstate).
+platform::ExecResult pgFailure(const char* sqlstate, std::string detail);
+
+// The failure a result reports: the code of its SQLSTATE and PostgreSQL's
+// primary message as the detail. Without a SQLSTATE (an error of libpq
+// itself, e.g. a lost connection) the code is that of 08006 when the
+// connection is gone, else of XX000, and the detail is libpq's message.
+platform::ExecResult pgResultFailure(const PGresult* result, PGconn* conn);
+
+// True when a failure means the connection cannot be used again: libpq sees
+// it as broken, the SQLSTATE is of class 08 (connection exception), or the
+// server ended the session (severity FATAL or PANIC, e.g. 57P01 on shutdown).
+bool pgConnectionLost(const PGresult* result, PGconn* conn);
+
+// True when result is the server's refusal of a text holding more than one
+// statement: SQLSTATE 42601 without an error position (a syntax error has
+// one), for a text that does hold a second statement.
+bool pgMultipleStatementsRefused(const PGresult* result, std::string_view sql);
+
+}  // namespace vorn::dal

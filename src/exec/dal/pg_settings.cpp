@@ -1,0 +1,135 @@
+#include "exec/dal/pg_settings.h"
+
+#include <libpq-fe.h>
+
+#include <charconv>
+#include <cstdlib>
+#include <string_view>
+
+#include "exec/dal/pg_secret_mask.h"
+#include "exec/dal/url_text.h"
+
+namespace vorn::dal {
+namespace {
+
+constexpr std::string_view kOwnPrefix = "vorn_";
+constexpr int kMaxFetchRowsLimit = 1000000;
+
+bool startsWithIgnoreCase(std::string_view text, std::string_view prefix) {
+    return text.size() >= prefix.size() && equalsIgnoreCase(text.substr(0, prefix.size()), prefix);
+}
+
+bool parseSwitch(std::string_view value, bool& out) {
+    for (const char* yes : {"on", "true", "yes", "1"}) {
+        if (equalsIgnoreCase(value, yes)) {
+            out = true;
+            return true;
+        }
+    }
+    for (const char* no : {"off", "false", "no", "0"}) {
+        if (equalsIgnoreCase(value, no)) {
+            out = false;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool applyOwnOption(std::string_view key, std::string_view value, PgSettings& out,
+                    std::string& problem) {
+    if (equalsIgnoreCase(key, "vorn_statement_rollback")) {
+        if (!parseSwitch(value, out.statementRollback)) {
+            problem = "vorn_statement_rollback must be on or off";
+            return false;
+        }
+        return true;
+    }
+    if (equalsIgnoreCase(key, "vorn_fetch_rows")) {
+        int rows = 0;
+        const auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), rows);
+        if (ec != std::errc() || end != value.data() + value.size() || rows < 1 ||
+            rows > kMaxFetchRowsLimit) {
+            problem = "vorn_fetch_rows must be a number from 1 to " +
+                      std::to_string(kMaxFetchRowsLimit);
+            return false;
+        }
+        out.maxFetchRows = rows;
+        return true;
+    }
+    problem = "unknown option \"" + std::string(key) + "\"";
+    return false;
+}
+
+// True when the environment sets a libpq parameter, which then wins over our
+// default (libpq uses the environment only for parameters not given).
+bool environmentSets(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value != nullptr && *value != '\0';
+}
+
+}  // namespace
+
+bool PgSettings::parse(const std::string& url, PgSettings& out, std::string& problem) {
+    out = PgSettings();
+    const std::size_t queryStart = url.find('?');
+    out.conninfo = url.substr(0, queryStart);
+    if (queryStart != std::string::npos) {
+        const std::string_view query = std::string_view(url).substr(queryStart + 1);
+        std::string kept;
+        std::size_t pos = 0;
+        while (pos <= query.size()) {
+            std::size_t end = query.find('&', pos);
+            if (end == std::string_view::npos) {
+                end = query.size();
+            }
+            const std::string_view pair = query.substr(pos, end - pos);
+            const std::size_t eq = pair.find('=');
+            const std::string_view key = pair.substr(0, eq);
+            if (startsWithIgnoreCase(key, kOwnPrefix)) {
+                const std::string_view value =
+                    eq == std::string_view::npos ? std::string_view() : pair.substr(eq + 1);
+                if (!applyOwnOption(key, value, out, problem)) {
+                    return false;
+                }
+            } else if (!pair.empty()) {
+                kept.append(kept.empty() ? "?" : "&");
+                kept.append(pair);
+            }
+            pos = end + 1;
+        }
+        out.conninfo.append(kept);
+    }
+    char* error = nullptr;
+    PQconninfoOption* options = PQconninfoParse(out.conninfo.c_str(), &error);
+    if (options == nullptr) {
+        std::string reason = error != nullptr ? error : "out of memory";
+        PQfreemem(error);
+        problem = "invalid PostgreSQL URL: " + maskSecretsOf(url, trimBlanks(reason));
+        return false;
+    }
+    PQconninfoFree(options);
+    return true;
+}
+
+void PgSettings::connectParameters(std::vector<const char*>& keywords,
+                                   std::vector<const char*>& values) const {
+    keywords.clear();
+    values.clear();
+    const auto add = [&](const char* keyword, const char* value) {
+        keywords.push_back(keyword);
+        values.push_back(value);
+    };
+    if (!environmentSets("PGCONNECT_TIMEOUT")) {
+        add("connect_timeout", "10");
+    }
+    add("keepalives", "1");
+    add("keepalives_idle", "30");
+    add("keepalives_interval", "10");
+    add("keepalives_count", "3");
+    add("tcp_user_timeout", "60000");
+    add("fallback_application_name", "vorn");
+    add("dbname", conninfo.c_str());
+    add(nullptr, nullptr);
+}
+
+}  // namespace vorn::dal

@@ -1,0 +1,91 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "vorn/platform/logger.h"
+
+namespace {
+
+using vorn::platform::Logger;
+using vorn::platform::LogLevel;
+using vorn::platform::LogRecord;
+
+// Each case runs in a freshly started copy of this program (the threadsafe
+// death-test style re-executes it), because the variable is read only once
+// per process.
+class FreshProcess : public ::testing::Test {
+  protected:
+    void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+};
+
+struct LevelCase {
+    const char* name;
+    const char* value;  // null: variable unset
+    LogLevel expected;
+    const char* complaint;  // null, or a part of the error record that reports the value
+};
+
+class LevelFromEnvironment : public FreshProcess,
+                             public ::testing::WithParamInterface<LevelCase> {};
+
+[[noreturn]] void checkLevel(const LevelCase& c) {
+    if (c.value != nullptr) {
+        (void)::setenv("VORN_LOG_LEVEL", c.value, 1);
+    } else {
+        (void)::unsetenv("VORN_LOG_LEVEL");
+    }
+    int complaints = 0;
+    bool complaintRight = c.complaint == nullptr;
+    Logger::setSink([&](const LogRecord& r) {
+        ++complaints;
+        complaintRight = c.complaint != nullptr && r.level == LogLevel::Error && r.code == 1 &&
+                         r.text.find(c.complaint) != std::string::npos;
+    });
+    const bool levelRight = Logger::level() == c.expected;
+    complaintRight = complaintRight && complaints == (c.complaint != nullptr ? 1 : 0);
+    std::_Exit(levelRight && complaintRight ? 0 : 1);
+}
+
+TEST_P(LevelFromEnvironment, SetsTheThresholdAtFirstUse) {
+    EXPECT_EXIT(checkLevel(GetParam()), ::testing::ExitedWithCode(0), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Values, LevelFromEnvironment,
+    ::testing::Values(
+        LevelCase{"Unset", nullptr, LogLevel::Info, nullptr},
+        LevelCase{"Empty", "", LogLevel::Info, nullptr},
+        LevelCase{"Trace", "trace", LogLevel::Trace, nullptr},
+        LevelCase{"Info", "info", LogLevel::Info, nullptr},
+        LevelCase{"ErrorUpperCase", "ERROR", LogLevel::Error, nullptr},
+        LevelCase{"Off", "Off", LogLevel::Off, nullptr},
+        LevelCase{"Unknown", "verbose", LogLevel::Info,
+                  "[VORNLib]Logger! VORN_LOG_LEVEL=verbose is not trace, info, error or off"},
+        LevelCase{"ScrubbedInComplaint", "x\ny", LogLevel::Info, "VORN_LOG_LEVEL=x\\x0Ay is"}),
+    [](const ::testing::TestParamInfo<LevelCase>& param) { return std::string(param.param.name); });
+
+using LevelFromEnvironmentOnce = FreshProcess;
+
+TEST_F(LevelFromEnvironmentOnce, LaterChangesOfTheVariableAreIgnored) {
+    EXPECT_EXIT(
+        {
+            (void)::setenv("VORN_LOG_LEVEL", "error", 1);
+            const bool first = Logger::level() == LogLevel::Error;
+            (void)::setenv("VORN_LOG_LEVEL", "trace", 1);
+            std::_Exit(first && Logger::level() == LogLevel::Error ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "");
+}
+
+TEST_F(LevelFromEnvironmentOnce, ExplicitLevelBeforeFirstUseWins) {
+    EXPECT_EXIT(
+        {
+            (void)::setenv("VORN_LOG_LEVEL", "error", 1);
+            Logger::setLevel(LogLevel::Trace);
+            std::_Exit(Logger::level() == LogLevel::Trace ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "");
+}
+
+}  // namespace

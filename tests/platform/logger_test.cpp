@@ -1,0 +1,254 @@
+#include "vorn/platform/logger.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "log_capture.h"
+#include "scratch_dir.h"
+#include "stderr_capture.h"
+
+namespace {
+
+using vorn::platform::FunctionTrace;
+using vorn::platform::Logger;
+using vorn::platform::LogLevel;
+using vorn::platform::LogRecord;
+using vorn::platform::SourceLocation;
+using vorn::test::LogCapture;
+
+const SourceLocation kWhere{"MiraDB", "execWriteSQL", 80};
+
+void expectRecord(const LogRecord& r, LogLevel level, std::uint32_t code, const SourceLocation& at,
+                  const std::string& text) {
+    EXPECT_EQ(r.level, level);
+    EXPECT_EQ(r.code, code);
+    EXPECT_EQ(r.unit, at.unit);
+    EXPECT_EQ(r.function, at.function);
+    EXPECT_EQ(r.line, at.line);
+    EXPECT_EQ(r.text, text);
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream in(path);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+std::vector<std::string> lines(const std::string& text) {
+    std::vector<std::string> out;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) {
+        out.push_back(line);
+    }
+    return out;
+}
+
+// "<date> <time> [<level>] [<pid>:<tid>] " before the payload.
+const std::string kLinePrefix = R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )";
+const std::string kIds = R"( \[\d+:\d+\] )";
+
+TEST(Logger, DeliversRecordsExactly) {
+    const LogCapture capture;
+    const SourceLocation infoAt{"MiraDB", "execReadSQL", 65};
+    const SourceLocation traceAt{"MiraDB", "execReadSQL", 55};
+    Logger::error(1, kWhere, "[VORNLib]execWriteSQL! strSQL is empty string!");
+    Logger::error(4294967295U, kWhere, "");
+    Logger::info(infoAt, "[VORNLib]no such table: t");
+    Logger::trace(traceAt, "step");
+    // The logger writes what it is given: filtering is the caller's job.
+    Logger::info(infoAt, "raw\r\ntext\x1b[0m");
+
+    const auto records = capture.records();
+    ASSERT_EQ(records.size(), 5U);
+    expectRecord(records[0], LogLevel::Error, 1, kWhere,
+                 "[VORNLib]execWriteSQL! strSQL is empty string!");
+    expectRecord(records[1], LogLevel::Error, 4294967295U, kWhere, "");
+    expectRecord(records[2], LogLevel::Info, 0, infoAt, "[VORNLib]no such table: t");
+    expectRecord(records[3], LogLevel::Trace, 0, traceAt, "step");
+    expectRecord(records[4], LogLevel::Info, 0, infoAt, "raw\r\ntext\x1b[0m");
+}
+
+TEST(Logger, NullLocationPartsBecomeEmpty) {
+    const LogCapture capture;
+    Logger::info(SourceLocation{nullptr, nullptr, 0}, "x");
+    ASSERT_EQ(capture.records().size(), 1U);
+    EXPECT_EQ(capture.records()[0].unit, "");
+    EXPECT_EQ(capture.records()[0].function, "");
+}
+
+class Threshold : public ::testing::TestWithParam<LogLevel> {};
+
+TEST_P(Threshold, PassesLevelsAtOrAboveIt) {
+    const LogCapture capture;
+    const LogLevel threshold = GetParam();
+    Logger::setLevel(threshold);
+    EXPECT_EQ(Logger::level(), threshold);
+
+    Logger::trace(kWhere, "t");
+    Logger::info(kWhere, "i");
+    Logger::error(2, kWhere, "e");
+
+    std::string seen;
+    for (const auto& r : capture.records()) {
+        seen += r.text;
+    }
+    const std::string expected = threshold == LogLevel::Trace   ? "tie"
+                                 : threshold == LogLevel::Info  ? "ie"
+                                 : threshold == LogLevel::Error ? "e"
+                                                                : "";
+    EXPECT_EQ(seen, expected);
+    EXPECT_EQ(Logger::enabled(LogLevel::Trace), expected.find('t') != std::string::npos);
+    EXPECT_EQ(Logger::enabled(LogLevel::Info), expected.find('i') != std::string::npos);
+    EXPECT_EQ(Logger::enabled(LogLevel::Error), expected.find('e') != std::string::npos);
+    EXPECT_FALSE(Logger::enabled(LogLevel::Off));
+}
+
+INSTANTIATE_TEST_SUITE_P(Levels, Threshold,
+                         ::testing::Values(LogLevel::Trace, LogLevel::Info, LogLevel::Error,
+                                           LogLevel::Off));
+
+TEST(FunctionTrace, TracesEntryAndExitAroundTheScope) {
+    const LogCapture capture;
+    const SourceLocation at{"MiraDB", "execReadSQL", 55};
+    {
+        const FunctionTrace trace(at);
+        Logger::info(kWhere, "inside");
+    }
+    const auto records = capture.records();
+    ASSERT_EQ(records.size(), 3U);
+    expectRecord(records[0], LogLevel::Trace, 0, at, "enter");
+    EXPECT_EQ(records[1].text, "inside");
+    expectRecord(records[2], LogLevel::Trace, 0, at, "leave");
+}
+
+TEST(FunctionTrace, DecidesOnEntry) {
+    const LogCapture capture;
+    Logger::setLevel(LogLevel::Info);
+    {
+        const FunctionTrace trace(kWhere);
+        Logger::setLevel(LogLevel::Trace);  // too late for this scope
+    }
+    EXPECT_TRUE(capture.records().empty());
+}
+
+TEST(LogSink, ReplacedSinkGetsNoFurtherRecords) {
+    std::vector<std::string> first;
+    std::vector<std::string> second;
+    {
+        const LogCapture restore;  // puts stderr and Info back afterwards
+        Logger::setSink([&first](const LogRecord& r) { first.push_back(r.text); });
+        Logger::info(kWhere, "a");
+        Logger::setSink([&second](const LogRecord& r) { second.push_back(r.text); });
+        Logger::info(kWhere, "b");
+    }
+    EXPECT_EQ(first, std::vector<std::string>{"a"});
+    EXPECT_EQ(second, std::vector<std::string>{"b"});
+}
+
+TEST(LogSink, ThrowingSinkDoesNotUnwindIntoTheCaller) {
+    const LogCapture restore;
+    int calls = 0;
+    Logger::setSink([&calls](const LogRecord&) {
+        ++calls;
+        throw std::runtime_error("host sink broken");
+    });
+    vorn::test::ScratchDir dir;
+    vorn::test::StderrCapture err(dir.file("stderr"));
+    EXPECT_NO_THROW(Logger::error(1, kWhere, "x"));
+    EXPECT_NO_THROW(Logger::info(kWhere, "y"));
+    EXPECT_EQ(calls, 2);
+    EXPECT_NE(err.finish().find("host sink broken"), std::string::npos);
+}
+
+TEST(LogSink, SinkMayLogItself) {
+    const LogCapture restore;
+    std::vector<std::string> texts;
+    Logger::setSink([&texts](const LogRecord& r) {
+        texts.push_back(r.text);
+        if (r.text == "outer") {
+            Logger::info(kWhere, "nested");
+        }
+    });
+    Logger::info(kWhere, "outer");
+    EXPECT_EQ(texts, (std::vector<std::string>{"outer", "nested"}));
+}
+
+TEST(LogDestination, StderrLineHoldsTimeLevelLocationCodeAndText) {
+    const vorn::test::ScratchDir dir;
+    std::string written;
+    {
+        const LogCapture restore;
+        Logger::setSink({});  // an empty sink means stderr again
+        vorn::test::StderrCapture err(dir.file("stderr"));
+        Logger::error(1, kWhere, "[VORNLib]execWriteSQL! strSQL is empty string!");
+        Logger::info(SourceLocation{"MiraDB", "execWriteSQL", 86}, "[VORNLib]detail");
+        written = err.finish();
+    }
+    const auto got = lines(written);
+    ASSERT_EQ(got.size(), 2U) << written;
+    EXPECT_TRUE(std::regex_match(got[0], std::regex(kLinePrefix + R"(\[error\])" + kIds +
+                                                    R"(MiraDB:execWriteSQL:80 code=1 )"
+                                                    R"(\[VORNLib\]execWriteSQL! strSQL is )"
+                                                    R"(empty string!)")))
+        << got[0];
+    EXPECT_TRUE(std::regex_match(got[1], std::regex(kLinePrefix + R"(\[info\])" + kIds +
+                                                    R"(MiraDB:execWriteSQL:86 \[VORNLib\]detail)")))
+        << got[1];
+}
+
+TEST(LogDestination, FileIsAppendedTo) {
+    const vorn::test::ScratchDir dir;
+    const std::string path = dir.file("vorn.log");
+    { std::ofstream(path) << "kept from before\n"; }
+    {
+        const LogCapture restore;
+        ASSERT_TRUE(Logger::logToFile(path));
+        Logger::error(7, kWhere, "to the file");
+        Logger::trace(kWhere, "traced");
+        Logger::logToStderr();  // closes the file
+    }
+    const auto got = lines(readFile(path));
+    ASSERT_EQ(got.size(), 3U);
+    EXPECT_EQ(got[0], "kept from before");
+    EXPECT_TRUE(std::regex_match(got[1], std::regex(kLinePrefix + R"(\[error\])" + kIds +
+                                                    "MiraDB:execWriteSQL:80 code=7 to the file")))
+        << got[1];
+    EXPECT_TRUE(std::regex_match(
+        got[2], std::regex(kLinePrefix + R"(\[trace\])" + kIds + "MiraDB:execWriteSQL:80 traced")))
+        << got[2];
+}
+
+TEST(LogDestination, UnopenableFileKeepsTheCurrentDestination) {
+    const vorn::test::ScratchDir dir;
+    const LogCapture capture;
+    // spdlog creates missing directories, so the parent is made a plain file.
+    { std::ofstream(dir.file("not-a-dir")) << "x"; }
+    const std::string path = dir.file("not-a-dir/vorn.log");
+    EXPECT_FALSE(Logger::logToFile(path));
+    Logger::info(kWhere, "still captured");
+
+    const auto records = capture.records();
+    ASSERT_EQ(records.size(), 2U);
+    EXPECT_EQ(records[0].level, LogLevel::Error);
+    EXPECT_EQ(records[0].code, 1U);
+    EXPECT_EQ(records[0].text.rfind("[VORNLib]Logger::logToFile! ", 0), 0U) << records[0].text;
+    EXPECT_NE(records[0].text.find(path), std::string::npos);
+    EXPECT_EQ(records[1].text, "still captured");
+}
+
+TEST(LogDestination, SyslogTakesOverFromTheSink) {
+    const LogCapture capture;
+    Logger::logToSyslog("vorn-test");
+    Logger::info(kWhere, "to syslog");
+    Logger::logToStderr();
+    EXPECT_TRUE(capture.records().empty());
+}
+
+}  // namespace
