@@ -108,7 +108,7 @@ INSTANTIATE_TEST_SUITE_P(
                   [](BatchInserter& b) { b << 1.0f; }, 3, 154},
         Rejection{"DoubleIntoFloat", [](BatchInserter& b) { b << 1.0f; },
                   [](BatchInserter& b) { b << 1.0; }, 4, 166}),
-    [](const auto& info) { return std::string(info.param.name); });
+    [](const auto& test) { return std::string(test.param.name); });
 
 TEST(BatchInserterRendering, PlaceholdersFollowTheByteWiseOrderOfTheColumnNames) {
     struct Case {

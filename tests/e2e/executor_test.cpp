@@ -41,12 +41,12 @@ TEST_F(ExecutorTest, EmptyStatementsAreRefusedWithoutOpeningASession) {
     EXPECT_EQ(errors[1].text, "[VORNLib]Exception! strSQL is empty string!");
 
     EXPECT_FALSE(reader.hasNextElement());
-    EXPECT_FALSE(std::filesystem::exists(dataFile("default")));
+    EXPECT_FALSE(storeUsed("default"));
 }
 
 TEST_F(ExecutorTest, ClearedRawStatementIsEmptyAgain) {
     CVORNsqlstr statement;
-    statement.assign("create table t(x)");
+    statement.assign("create table t(x integer)");
     statement.clear();
     EXPECT_EQ(runWrite(statement.toString()), 1u);
 }
@@ -54,8 +54,10 @@ TEST_F(ExecutorTest, ClearedRawStatementIsEmptyAgain) {
 struct StoreFailure {
     const char* name;
     const char* sql;
-    unsigned long code;
-    const char* detail;
+    unsigned long sqliteCode;
+    const char* sqliteDetail;
+    const char* sqlstate;
+    const char* postgresDetail;
 };
 
 class WriteFailureTest : public StoreTest, public ::testing::WithParamInterface<StoreFailure> {};
@@ -65,14 +67,15 @@ TEST_P(WriteFailureTest, ReturnsTheStoreCodeAndLogsItsDetailAtInformationLevel) 
     ASSERT_EQ(runWrite("insert into kept values(1, 'one')"), 0u);
     LogCapture log;
 
-    EXPECT_EQ(runWrite(GetParam().sql), GetParam().code);
+    EXPECT_EQ(runWrite(GetParam().sql), storeCode(GetParam().sqliteCode, GetParam().sqlstate));
 
     const auto infos = log.at(LogLevel::Info);
     ASSERT_EQ(infos.size(), 1u);
     EXPECT_EQ(infos[0].unit, "MiraDB");
     EXPECT_EQ(infos[0].function, "execWriteSQL");
     EXPECT_EQ(infos[0].line, 86);
-    EXPECT_EQ(infos[0].text, std::string("[VORNLib]") + GetParam().detail);
+    EXPECT_EQ(infos[0].text, std::string("[VORNLib]") + (onPostgres() ? GetParam().postgresDetail
+                                                                     : GetParam().sqliteDetail));
     EXPECT_TRUE(log.at(LogLevel::Error).empty());
     EXPECT_EQ(runQuery("select id, name from kept", 2), (Rows{{"1", "one"}}));
 }
@@ -80,14 +83,17 @@ TEST_P(WriteFailureTest, ReturnsTheStoreCodeAndLogsItsDetailAtInformationLevel) 
 INSTANTIATE_TEST_SUITE_P(
     Store, WriteFailureTest,
     ::testing::Values(
-        StoreFailure{"Syntax", "insert into kept valeus(2)", 1, "near \"valeus\": syntax error"},
+        StoreFailure{"Syntax", "insert into kept valeus(2)", 1, "near \"valeus\": syntax error",
+                     "42601", "syntax error at or near \"valeus\""},
         StoreFailure{"MissingTable", "insert into nowhere values(2)", 1,
-                     "no such table: nowhere"},
+                     "no such table: nowhere", "42P01", "relation \"nowhere\" does not exist"},
         StoreFailure{"PrimaryKey", "insert into kept values(1, 'x')", 1555,
-                     "UNIQUE constraint failed: kept.id"},
+                     "UNIQUE constraint failed: kept.id", "23505",
+                     "duplicate key value violates unique constraint \"kept_pkey\""},
         StoreFailure{"Unique", "insert into kept values(2, 'one')", 2067,
-                     "UNIQUE constraint failed: kept.name"}),
-    [](const auto& info) { return std::string(info.param.name); });
+                     "UNIQUE constraint failed: kept.name", "23505",
+                     "duplicate key value violates unique constraint \"kept_name_key\""}),
+    [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(ExecutorTest, FailedReadReturnsTheStoreCodeAndLogsAtInformationLevel) {
     LogCapture log;
@@ -97,18 +103,19 @@ TEST_F(ExecutorTest, FailedReadReturnsTheStoreCodeAndLogsAtInformationLevel) {
     query.assign("select * from missing");
     CVORNReader reader;
 
-    EXPECT_EQ(db->execReadSQL(query, reader), 1u);
+    EXPECT_EQ(db->execReadSQL(query, reader), storeCode(1, "42P01"));
 
     const auto infos = log.at(LogLevel::Info);
     ASSERT_EQ(infos.size(), 1u);
     EXPECT_EQ(infos[0].function, "execReadSQL");
     EXPECT_EQ(infos[0].line, 65);
-    EXPECT_EQ(infos[0].text, "[VORNLib]no such table: missing");
+    EXPECT_EQ(infos[0].text, onPostgres() ? "[VORNLib]relation \"missing\" does not exist"
+                                          : "[VORNLib]no such table: missing");
     EXPECT_FALSE(reader.hasNextElement());
 }
 
 TEST_F(ExecutorTest, ReadsAreTracedAndWritesAreNot) {
-    ASSERT_EQ(runWrite("create table t(x)"), 0u);
+    ASSERT_EQ(runWrite("create table t(x integer)"), 0u);
     LogCapture log;
     ASSERT_EQ(runWrite("insert into t values(1)"), 0u);
     EXPECT_TRUE(log.at(LogLevel::Trace).empty());
@@ -146,11 +153,11 @@ TEST_P(SessionNameTest, ChoosesTheStoreByFlagAndProcessIdentity) {
     GuardDB guard("SettingInfoDB", db, GetParam().useProcessSessionName);
     EXPECT_STREQ(static_cast<MIRAsqlDB*>(db)->sessionName(), GetParam().session);
     CVORNsqlstr create;
-    create.assign("create table marker(x)");
+    create.assign("create table marker(x integer)");
     ASSERT_EQ(db->execWriteSQL(create), 0u);
 
     for (const char* session : {"default", "NeBackupDB", "NeUpgradeDB"}) {
-        EXPECT_EQ(std::filesystem::exists(dataFile(session)),
+        EXPECT_EQ(storeUsed(session),
                   std::string(session) == GetParam().session)
             << session;
     }
@@ -173,11 +180,11 @@ TEST_F(ExecutorTest, GuardIgnoresItsNameAndHandsOutTheObjectItOwns) {
         GuardDB guard("DevInfoDB", db, false);
         ASSERT_NE(db, nullptr);
         CVORNsqlstr create;
-        create.assign("create table t(x)");
+        create.assign("create table t(x integer)");
         EXPECT_EQ(db->execWriteSQL(create), 0u);
     }
-    EXPECT_TRUE(std::filesystem::exists(dataFile("default")));
-    EXPECT_FALSE(std::filesystem::exists(dataFile("DevInfoDB")));
+    EXPECT_TRUE(storeUsed("default"));
+    EXPECT_FALSE(storeUsed("DevInfoDB"));
 }
 
 }  // namespace

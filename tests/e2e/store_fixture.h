@@ -3,10 +3,13 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
 #include "scratch_dir.h"
+#include "test_backend.h"
 #include "vorn/vorn.h"
 
 namespace vorn::test {
@@ -45,21 +48,58 @@ inline Rows runQuery(const std::string& sql, std::size_t columns,
     return rows;
 }
 
-// Every test gets its own data directory, so the embedded default store
-// ("<dir>/<session name>.db") starts empty.
+// Every test starts on empty stores. On SQLite each test gets its own data
+// directory ("<dir>/<session name>.db"); on PostgreSQL each session name is
+// bound to a schema of its own, dropped after the test.
 class StoreTest : public ::testing::Test {
 protected:
-    void SetUp() override { ::setenv("VORN_DATA_DIR", m_dir.path().c_str(), 1); }
+    static constexpr const char* kSessions[] = {"default", "NeBackupDB", "NeUpgradeDB"};
+
+    void SetUp() override {
+        ::setenv("VORN_DATA_DIR", m_dir.path().c_str(), 1);
+        if (!onPostgres()) {
+            return;
+        }
+        if (postgresUrl().empty()) {
+            GTEST_SKIP() << "no PostgreSQL server for the tests (VORN_TEST_PG_URL is not set)";
+        }
+        const std::string prefix = uniqueSchemaName();
+        for (const char* session : kSessions) {
+            const std::string schema = prefix + "_" + session;
+            ASSERT_TRUE(adminExecute("create schema \"" + schema + "\""));
+            m_schemas[session] = schema;
+            ASSERT_EQ(bindDataSource(session, postgresUrlForSchema(schema)), 0u);
+        }
+    }
+
     void TearDown() override {
         platform::setProcessIdSource(nullptr);
         ::unsetenv("VORN_DATA_DIR");
+        for (const auto& [session, schema] : m_schemas) {
+            unbindDataSource(session);
+            adminExecute("drop schema \"" + schema + "\" cascade");
+        }
+        m_schemas.clear();
     }
 
-    std::string dataFile(const std::string& sessionName) const {
-        return m_dir.file(sessionName + ".db");
+    // Whether anything was ever written to the store of a session name.
+    bool storeUsed(const std::string& sessionName) const {
+        if (!onPostgres()) {
+            return std::filesystem::exists(m_dir.file(sessionName + ".db"));
+        }
+        const auto found = m_schemas.find(sessionName);
+        if (found == m_schemas.end()) {
+            return false;
+        }
+        const Rows tables = runQuery(
+            "select count(*) from information_schema.tables where table_schema = '" +
+                found->second + "'",
+            1);
+        return !tables.empty() && tables[0][0] != "0";
     }
 
     ScratchDir m_dir;
+    std::map<std::string, std::string> m_schemas;
 };
 
 }  // namespace vorn::test

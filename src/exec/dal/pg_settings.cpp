@@ -2,8 +2,10 @@
 
 #include <libpq-fe.h>
 
+#include <cctype>
 #include <charconv>
 #include <cstdlib>
+#include <cstring>
 #include <string_view>
 
 #include "exec/dal/pg_secret_mask.h"
@@ -67,12 +69,40 @@ bool environmentSets(const char* variable) {
     return value != nullptr && *value != '\0';
 }
 
+// A port list as libpq takes it: numbers separated by commas, one per host
+// (an empty item means the default port).
+bool validPorts(std::string_view ports) {
+    std::size_t pos = 0;
+    while (pos <= ports.size()) {
+        std::size_t end = ports.find(',', pos);
+        if (end == std::string_view::npos) {
+            end = ports.size();
+        }
+        const std::string_view item = trimBlanks(ports.substr(pos, end - pos));
+        if (!item.empty()) {
+            int port = 0;
+            const auto [last, ec] = std::from_chars(item.data(), item.data() + item.size(), port);
+            if (ec != std::errc() || last != item.data() + item.size() || port < 1 ||
+                port > 65535) {
+                return false;
+            }
+        }
+        pos = end + 1;
+    }
+    return true;
+}
+
 }  // namespace
 
 bool PgSettings::parse(const std::string& url, PgSettings& out, std::string& problem) {
     out = PgSettings();
     const std::size_t queryStart = url.find('?');
     out.conninfo = url.substr(0, queryStart);
+    // libpq knows the scheme in lower case only.
+    const std::size_t schemeEnd = urlScheme(out.conninfo).size();
+    for (std::size_t i = 0; i < schemeEnd; ++i) {
+        out.conninfo[i] = static_cast<char>(std::tolower(static_cast<unsigned char>(out.conninfo[i])));
+    }
     if (queryStart != std::string::npos) {
         const std::string_view query = std::string_view(url).substr(queryStart + 1);
         std::string kept;
@@ -107,7 +137,18 @@ bool PgSettings::parse(const std::string& url, PgSettings& out, std::string& pro
         problem = "invalid PostgreSQL URL: " + maskSecretsOf(url, trimBlanks(reason));
         return false;
     }
+    bool portsValid = true;
+    for (const PQconninfoOption* option = options; option->keyword != nullptr; ++option) {
+        if (std::strcmp(option->keyword, "port") == 0 && option->val != nullptr) {
+            portsValid = validPorts(option->val);
+        }
+    }
     PQconninfoFree(options);
+    if (!portsValid) {
+        // libpq would only find this at connect time.
+        problem = "invalid PostgreSQL URL: the port must be a number from 1 to 65535";
+        return false;
+    }
     return true;
 }
 

@@ -207,7 +207,7 @@ ExecResult SqliteConnection::executeBatch(const std::string& sql,
     // ...) make SQLite roll back the whole transaction itself; the savepoint
     // is then gone and these fail harmlessly.
     sqlite3_reset(s);
-    // mutated
+    sqliteExec(m_db, "ROLLBACK TO vorn_batch");
     sqliteExec(m_db, "RELEASE vorn_batch");
     return status;
 }
