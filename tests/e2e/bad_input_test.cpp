@@ -47,11 +47,13 @@ protected:
     }
     void TearDown() override {
         ::unsetenv("VORN_DATASOURCES");
+        reloadDataSourcesFromEnvironment();
         StoreTest::TearDown();
     }
     // Puts the default session back on the store the test started with.
     void restoreDefaultBinding() {
         ::unsetenv("VORN_DATASOURCES");
+        reloadDataSourcesFromEnvironment();
         if (onPostgres()) {
             ASSERT_EQ(bindDataSource("default", defaultSchemaUrl()), 0u);
         } else {
@@ -59,6 +61,10 @@ protected:
         }
     }
 };
+
+void PrintTo(const BadInput& input, std::ostream* out) {
+    *out << input.name;
+}
 
 bool isOneCleanLine(const std::string& text) {
     for (unsigned char c : text) {
@@ -114,6 +120,7 @@ void nothing(BadInputTest&) {}
 void bindThroughEnvironment(const char* list) {
     unbindDataSource("default");
     ::setenv("VORN_DATASOURCES", list, 1);
+    EXPECT_EQ(reloadDataSourcesFromEnvironment(), platform::errc::kDataSourceInvalid);
 }
 
 INSTANTIATE_TEST_SUITE_P(

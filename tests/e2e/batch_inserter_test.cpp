@@ -58,6 +58,10 @@ struct Rejection {
     int line;
 };
 
+void PrintTo(const Rejection& rejection, std::ostream* out) {
+    *out << rejection.name;
+}
+
 class BatchRejectionTest : public ::testing::TestWithParam<Rejection> {};
 
 TEST_P(BatchRejectionTest, AValueOfAnotherTypeIsDroppedAndLoggedWithItsTypeCode) {

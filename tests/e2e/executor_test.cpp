@@ -60,6 +60,10 @@ struct StoreFailure {
     const char* postgresDetail;
 };
 
+void PrintTo(const StoreFailure& failure, std::ostream* out) {
+    *out << failure.name;
+}
+
 class WriteFailureTest : public StoreTest, public ::testing::WithParamInterface<StoreFailure> {};
 
 TEST_P(WriteFailureTest, ReturnsTheStoreCodeAndLogsItsDetailAtInformationLevel) {
@@ -142,6 +146,10 @@ struct SessionCase {
     std::uint64_t processId;
     const char* session;
 };
+
+void PrintTo(const SessionCase& c, std::ostream* out) {
+    *out << (c.useProcessSessionName ? "by process " : "flag clear, process ") << c.processId;
+}
 
 class SessionNameTest : public StoreTest, public ::testing::WithParamInterface<SessionCase> {};
 

@@ -9,16 +9,16 @@
 
 namespace vorn::test {
 
-// The text snprintf_s keeps of a number too long for the 200-byte buffer: the
-// C library's full text cut at 199 characters.
+// What remains of a number too long for the 200-byte buffer: the C library's
+// full text cut at 199 characters.
 inline std::string cutNumber(const char* format, double value) {
     char full[512] = {};
-    std::snprintf(full, sizeof full, format, value);
+    (void)std::snprintf(full, sizeof full, format, value);
     return std::string(full).substr(0, 199);
 }
 
-// Exactly one record was logged, and it is the error of a formatting failure
-// with this location and text. A line of 0 accepts any positive line.
+// Exactly one record was logged: the error of a formatting failure with this
+// location and text. A line of 0 accepts any positive line.
 inline void expectFormatFailure(const LogCapture& log, const std::string& unit,
                                 const std::string& function, int line, const std::string& text) {
     const auto records = log.records();

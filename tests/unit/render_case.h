@@ -9,7 +9,7 @@
 namespace vorn::test {
 
 // One rendering example: the calls made on a fresh builder and the exact text
-// the builder must render afterwards.
+// it must render afterwards.
 template <typename Builder>
 struct RenderCase {
     std::string name;
@@ -22,7 +22,7 @@ void PrintTo(const RenderCase<Builder>& example, std::ostream* os) {
     *os << example.name;
 }
 
-// Builds, renders twice (rendering must not change the builder) and compares.
+// Builds and renders twice: rendering must not change the builder.
 template <typename Builder>
 void expectRenders(const RenderCase<Builder>& example) {
     Builder builder;

@@ -1,0 +1,225 @@
+// The PostgreSQL backend against libpq doing the same work in the same run, on
+// the server named by $VORN_TEST_PG_URL (e.g. one from scripts/pg-server):
+// a 100,000-row batch through ExecBatchInserter beside libpq's COPY of the same
+// rows, and reading 100,000 rows through CVORNReader beside libpq's own
+// text-mode fetch (PQexec, PQgetvalue and the same conversions).
+#include <benchmark/benchmark.h>
+#include <libpq-fe.h>
+
+#include <charconv>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "ratio_reporter.h"
+#include "vorn/vorn.h"
+
+namespace {
+
+constexpr int kRows = 100000;
+const char* const kSelect = "select id, name, value from bench_pg_read";
+
+PGconn* g_raw = nullptr;
+
+void rawExec(const std::string& sql) {
+    PGresult* result = PQexec(g_raw, sql.c_str());
+    const ExecStatusType status = PQresultStatus(result);
+    if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK) {
+        std::fprintf(stderr, "%s: %s", sql.c_str(), PQerrorMessage(g_raw));
+        std::exit(1);
+    }
+    PQclear(result);
+}
+
+struct Rows {
+    std::vector<std::int64_t> ids;
+    std::vector<std::string> names;
+    std::vector<double> values;
+};
+
+const Rows& rows() {
+    static const Rows data = [] {
+        Rows r;
+        for (int i = 0; i < kRows; ++i) {
+            r.ids.push_back(i);
+            r.names.push_back("device-" + std::to_string(i));
+            r.values.push_back(i * 0.25);
+        }
+        return r;
+    }();
+    return data;
+}
+
+void emptyTable(benchmark::State& state, const char* table) {
+    state.PauseTiming();
+    rawExec(std::string("truncate ") + table);
+    state.ResumeTiming();
+}
+
+void BM_PgBatch100k_Vorn(benchmark::State& state) {
+    BatchInserter batch;
+    batch.table("bench_pg_batch_vorn");
+    for (int i = 0; i < kRows; ++i) {
+        batch["id"] << rows().ids[i];
+        batch["name"] << rows().names[i];
+        batch["value"] << rows().values[i];
+    }
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    for (auto _ : state) {
+        emptyTable(state, "bench_pg_batch_vorn");
+        if (db->ExecBatchInserter(batch) != 0) {
+            state.SkipWithError("batch failed");
+            break;
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * kRows);
+}
+
+// COPY in text format, the values formatted per iteration as the library
+// formats its own.
+void BM_PgBatch100k_Copy(benchmark::State& state) {
+    std::string buffer;
+    buffer.reserve(1 << 16);
+    char number[32];
+    for (auto _ : state) {
+        emptyTable(state, "bench_pg_batch_copy");
+        PGresult* started = PQexec(g_raw, "copy bench_pg_batch_copy (id, name, value) from stdin");
+        if (PQresultStatus(started) != PGRES_COPY_IN) {
+            state.SkipWithError("copy failed");
+            PQclear(started);
+            break;
+        }
+        PQclear(started);
+        buffer.clear();
+        for (int i = 0; i < kRows; ++i) {
+            buffer.append(number, std::to_chars(number, number + sizeof number, rows().ids[i]).ptr);
+            buffer.push_back('\t');
+            buffer.append(rows().names[i]);  // no tab, newline or backslash to escape
+            buffer.push_back('\t');
+            buffer.append(number,
+                          std::to_chars(number, number + sizeof number, rows().values[i]).ptr);
+            buffer.push_back('\n');
+            if (buffer.size() >= (1 << 16) - 128) {
+                PQputCopyData(g_raw, buffer.data(), static_cast<int>(buffer.size()));
+                buffer.clear();
+            }
+        }
+        PQputCopyData(g_raw, buffer.data(), static_cast<int>(buffer.size()));
+        PQputCopyEnd(g_raw, nullptr);
+        PGresult* done = PQgetResult(g_raw);
+        const bool ok = PQresultStatus(done) == PGRES_COMMAND_OK;
+        PQclear(done);
+        while (PGresult* more = PQgetResult(g_raw)) {
+            PQclear(more);
+        }
+        if (!ok) {
+            state.SkipWithError("copy failed");
+            break;
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * kRows);
+}
+
+void BM_PgRead100k_Vorn(benchmark::State& state) {
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    CVORNsqlstr query;
+    query.assign(kSelect);
+    for (auto _ : state) {
+        CVORNReader reader;
+        if (db->execReadSQL(query, reader) != 0) {
+            state.SkipWithError("read failed");
+            break;
+        }
+        long id = 0;
+        std::string name;
+        double value = 0;
+        long count = 0;
+        while (reader.hasNextElement()) {
+            reader >> id >> name >> value;
+            benchmark::DoNotOptimize(id);
+            benchmark::DoNotOptimize(name.data());
+            benchmark::DoNotOptimize(value);
+            ++count;
+        }
+        if (count != kRows) {
+            state.SkipWithError("wrong row count");
+            break;
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * kRows);
+}
+
+void BM_PgRead100k_Libpq(benchmark::State& state) {
+    for (auto _ : state) {
+        PGresult* result = PQexec(g_raw, kSelect);
+        if (PQresultStatus(result) != PGRES_TUPLES_OK) {
+            state.SkipWithError("read failed");
+            PQclear(result);
+            break;
+        }
+        long id = 0;
+        std::string name;
+        double value = 0;
+        const int count = PQntuples(result);
+        for (int row = 0; row < count; ++row) {
+            id = std::strtol(PQgetvalue(result, row, 0), nullptr, 10);
+            name.assign(PQgetvalue(result, row, 1),
+                        static_cast<std::size_t>(PQgetlength(result, row, 1)));
+            value = std::strtod(PQgetvalue(result, row, 2), nullptr);
+            benchmark::DoNotOptimize(id);
+            benchmark::DoNotOptimize(name.data());
+            benchmark::DoNotOptimize(value);
+        }
+        PQclear(result);
+    }
+    state.SetItemsProcessed(state.iterations() * kRows);
+}
+
+BENCHMARK(BM_PgBatch100k_Vorn)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PgBatch100k_Copy)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PgRead100k_Vorn)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PgRead100k_Libpq)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const char* url = std::getenv("VORN_TEST_PG_URL");
+    if (url == nullptr || *url == '\0') {
+        std::printf("bench_pg: VORN_TEST_PG_URL is not set, nothing to measure "
+                    "(start a server with scripts/pg-server start <dir>)\n");
+        return 0;
+    }
+    g_raw = PQconnectdb(url);
+    if (PQstatus(g_raw) != CONNECTION_OK) {
+        std::fprintf(stderr, "bench_pg: cannot connect: %s", PQerrorMessage(g_raw));
+        return 1;
+    }
+    if (vorn::bindDataSource("default", url) != 0) {
+        std::fprintf(stderr, "bench_pg: cannot bind the default session\n");
+        return 1;
+    }
+    for (const char* table : {"bench_pg_batch_vorn", "bench_pg_batch_copy", "bench_pg_read"}) {
+        rawExec(std::string("drop table if exists ") + table);
+        rawExec(std::string("create table ") + table + " (id int8, name text, value float8)");
+    }
+    rawExec("insert into bench_pg_read select g, 'device-' || g, g * 0.25 "
+            "from generate_series(0, " + std::to_string(kRows - 1) + ") g");
+    rawExec("vacuum analyze bench_pg_read");
+    rows();
+
+    const int status = vorn::bench::runWithRatios(
+        argc, argv,
+        {{"batch of 100,000 rows (int8, text, float8) vs COPY", "BM_PgBatch100k_Vorn",
+          "BM_PgBatch100k_Copy"},
+         {"read 100,000 rows (long, string, double) vs PQexec", "BM_PgRead100k_Vorn",
+          "BM_PgRead100k_Libpq"}});
+    for (const char* table : {"bench_pg_batch_vorn", "bench_pg_batch_copy", "bench_pg_read"}) {
+        rawExec(std::string("drop table if exists ") + table);
+    }
+    PQfinish(g_raw);
+    return status;
+}
