@@ -17,5 +17,8 @@ write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/vornConfigVersion.c
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/vornConfig.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/vornConfigVersion.cmake DESTINATION ${VORN_CMAKE_DIR})
 
+# The .pc file finds the prefix relative to its own place, so an installation
+# can be moved (or made with cmake --install --prefix) and still be found.
+file(RELATIVE_PATH VORN_PC_TO_PREFIX "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
 configure_file(cmake/vorn.pc.in ${CMAKE_CURRENT_BINARY_DIR}/vorn.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/vorn.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

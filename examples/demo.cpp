@@ -134,14 +134,17 @@ void builders(CVORN* db) {
     CVORNSelector stats;
     stats.table("alarm");
     stats << vornCount() << vornMax(alarm["level"]) << vornAvg(alarm["ratio"]);
-    CVORNReader reader;
-    if (db->execReadSQL(stats, reader) == 0) {
-        long count = 0;
-        int maxLevel = 0;
-        double averageRatio = 0;
-        reader >> count >> maxLevel >> averageRatio;
-        std::printf("  > %s\n    %ld alarms, highest level %d, average ratio %.3f\n",
-                    stats.toString().c_str(), count, maxLevel, averageRatio);
+    {
+        // The reader keeps its result open until it is cleared or destroyed.
+        CVORNReader reader;
+        if (db->execReadSQL(stats, reader) == 0) {
+            long count = 0;
+            int maxLevel = 0;
+            double averageRatio = 0;
+            reader >> count >> maxLevel >> averageRatio;
+            std::printf("  > %s\n    %ld alarms, highest level %d, average ratio %.3f\n",
+                        stats.toString().c_str(), count, maxLevel, averageRatio);
+        }
     }
 
     std::printf("\n5. Updating and deleting by condition, dropping a scratch table\n");

@@ -29,10 +29,12 @@ class PgBatch : public PgTest {
     }
     Rows rowsOfU() const { return all(m_u, "id, name"); }
 
-    // The two ways a batch goes: one INSERT from arrays, or one prepared
-    // statement per row (any statement that is not a one-row INSERT ... VALUES).
+    // The three ways a batch goes: COPY (a plain INSERT of bare placeholders),
+    // one INSERT from arrays (any other one-row INSERT ... VALUES), or one
+    // prepared statement per row (anything else).
     std::vector<std::string> insertForms() const {
         return {"insert into " + m_u + " (id, name) values({id}, {name})",
+                "insert into " + m_u + " (id, name) values({id}, ({name}))",
                 "insert into " + m_u + " (id, name) select {id}, {name}"};
     }
 
@@ -68,7 +70,8 @@ TEST_F(PgBatch, EveryElementTypeRoundTripsExactly) {
     const std::string b = freshTable("", "n int8, s text, i int8, u int8, f real, d float8, "
                                          "fd float8");
     for (const std::string& sql :
-         {"insert into " + b + " values({n}, {s}, {i}, {u}, {f}, {d}, {fd})",
+         {"insert into " + b + " (n, s, i, u, f, d, fd) values({n}, {s}, {i}, {u}, {f}, {d}, {fd})",
+          "insert into " + b + " values({n}, {s}, {i}, {u}, {f}, {d}, {fd})",
           "insert into " + b + " select {n}, {s}, {i}, {u}, {f}, {d}, {fd}"}) {
         SCOPED_TRACE(sql);
         ASSERT_TRUE(run(m_session, "delete from " + b).ok());
@@ -192,16 +195,46 @@ TEST_F(PgBatch, LargeBatchesArriveWhole) {
         ids[r] = static_cast<std::int64_t>(r + 1);
         names[r] = "name " + std::to_string(r + 1);
     }
-    names[kRows - 1] = "dup";  // the very last row fails: nothing stays
-    const std::string sql = insertForms()[0];
-    EXPECT_EQ(insert(ids, names, sql).errorCode(), pgCode("23505"));
-    EXPECT_EQ(query(m_session, "select count(*) from " + m_u), (Rows{{"1"}}));
-    names[kRows - 1] = "last";
-    const ExecResult status = insert(ids, names, sql);
-    ASSERT_TRUE(status.ok()) << detailOf(status);
-    EXPECT_EQ(query(m_session, "select count(*), sum(id), max(name) from " + m_u +
-                                   " where name <> 'dup'"),
-              (Rows{{std::to_string(kRows), std::to_string(kRows * (kRows + 1) / 2), "name 99999"}}));
+    for (std::size_t form = 0; form < 2; ++form) {  // COPY, and arrays in chunks
+        const std::string sql = insertForms()[form];
+        SCOPED_TRACE(sql);
+        names[kRows - 1] = "dup";  // the very last row fails: nothing stays
+        EXPECT_EQ(insert(ids, names, sql).errorCode(), pgCode("23505"));
+        EXPECT_EQ(query(m_session, "select count(*) from " + m_u), (Rows{{"1"}}));
+        names[kRows - 1] = "last";
+        const ExecResult status = insert(ids, names, sql);
+        ASSERT_TRUE(status.ok()) << detailOf(status);
+        EXPECT_EQ(query(m_session, "select count(*), sum(id), max(name) from " + m_u +
+                                       " where name <> 'dup'"),
+                  (Rows{{std::to_string(kRows), std::to_string(kRows * (kRows + 1) / 2),
+                         "name 99999"}}));
+        ASSERT_TRUE(run(m_session, "delete from " + m_u + " where id > 0").ok());
+    }
+}
+
+// Where COPY would differ from INSERT, the batch is an INSERT: a rule turns
+// the rows into something else, and a GENERATED ALWAYS identity refuses values.
+TEST_F(PgBatch, TablesWhereCopyDiffersGetInserts) {
+    const std::string target = freshTable("", "id int8, name text");
+    const std::string diverted = freshTable("_diverted", "id int8, name text");
+    ASSERT_TRUE(run(m_session, "create rule divert as on insert to " + target +
+                                   " do instead insert into " + diverted + " values (new.id, new.name)")
+                    .ok());
+    std::vector<std::int64_t> ids{1, 2};
+    std::vector<std::string> names{"a", "b"};
+    ASSERT_TRUE(batch(m_session, "insert into " + target + " (id, name) values({id}, {name})",
+                      Params().add("id", ids).add("name", names).ref())
+                    .ok());
+    EXPECT_TRUE(all(target).empty());
+    EXPECT_EQ(all(diverted), (Rows{{"1", "a"}, {"2", "b"}}));
+
+    const std::string identity =
+        freshTable("_identity", "id int8 generated always as identity, name text");
+    const ExecResult refused =
+        batch(m_session, "insert into " + identity + " (id, name) values({id}, {name})",
+              Params().add("id", ids).add("name", names).ref());
+    EXPECT_EQ(refused.errorCode(), pgCode("428C9")) << detailOf(refused);
+    EXPECT_TRUE(all(identity).empty());
 }
 
 TEST_F(PgBatch, RefusalsLeaveNothingBehind) {

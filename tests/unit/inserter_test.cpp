@@ -7,13 +7,12 @@
 #include <string>
 
 #include "format_failure.h"
-#include "log_capture.h"
 #include "render_case.h"
 
 namespace {
 
-using Case = vorn::test::RenderCase<CVORNInserter>;
 using I = CVORNInserter;
+using Case = vorn::test::RenderCase<I>;
 
 // One value streamed into table t.
 template <typename T>
@@ -26,74 +25,37 @@ Case value(const std::string& name, T v, const std::string& rendered) {
                 "insert into t values(" + rendered + ")"};
 }
 
+// clang-format off
 const Case kCases[] = {
-    {"ColumnsAndValues",
-     [](I& i) {
-         i.table("alarm");
-         i["id"]["text"] << 5 << std::string("disk 'C' full");
-     },
+    {"ColumnsAndValues", [](I& i) { i.table("alarm");
+         i["id"]["text"] << 5 << std::string("disk 'C' full"); },
      "insert into alarm (id,text) values(5,'disk ''C'' full')"},
-    {"ValuesOnly",
-     [](I& i) {
-         i.table("alarm");
-         i << 5 << std::string("disk 'C' full");
-     },
-     "insert into alarm values(5,'disk ''C'' full')"},
-    {"MixedTypes",
-     [](I& i) {
-         i.table("t");
-         i["a"]["b"]["c"]["d"] << true << CVORNNull() << 2.5F << -7L;
-     },
+    {"MixedTypes", [](I& i) { i.table("t");
+         i["a"]["b"]["c"]["d"] << true << CVORNNull() << 2.5F << -7L; },
      "insert into t (a,b,c,d) values(1,NULL,2.500000,-7)"},
-    {"ColumnWithoutValue",
-     [](I& i) {
-         i.table("alarm");
-         i["id"];
-     },
-     "insert into alarm (id))"},
+    {"ColumnWithoutValue", [](I& i) { i.table("alarm"); i["o'x"]; }, "insert into alarm (o''x))"},
     {"Nothing", [](I&) {}, "insert into )"},
-    {"QuotedColumn",
-     [](I& i) {
-         i.table("t");
-         i["o'x"];
-     },
-     "insert into t (o''x))"},
-    {"SecondTableReplaces",
-     [](I& i) {
-         i.table("a");
-         i.table("b");
-         i << 1;
-     },
+    {"SecondTableReplaces", [](I& i) { i.table("a"); i.table("b"); i << 1; },
      "insert into b values(1)"},
-    {"ClearKeepsTable",
-     [](I& i) {
-         i.table("t");
-         i["a"] << 1;
-         i.clear();
-         i << 2;
-     },
+    {"ClearKeepsTable", [](I& i) { i.table("t"); i["a"] << 1; i.clear(); i << 2; },
      "insert into t values(2)"},
     value("False", false, "0"),
-    value("ShortNegative", static_cast<short>(-3), "-3"),
+    value("Short", static_cast<short>(SHRT_MIN), "-32768"),
     value("UnsignedShortMax", static_cast<unsigned short>(65535), "65535"),
     value("IntMin", INT_MIN, "-2147483648"),
-    value("IntMax", INT_MAX, "2147483647"),
     value("UnsignedIntMaxClampsToZero", 4294967295U, "0"),
-    value("UnsignedIntWrapsNegative", 3000000000U, "-1294967296"),
+    value("UnsignedIntSignedFormat", 3000000000U, "-1294967296"),
     value("UnsignedIntHalf", 2147483648U, "-2147483648"),
     value("UnsignedLongMaxClampsToZero", 4294967295UL, "0"),
     value("UnsignedLongAboveClampsToZero", 5000000000UL, "0"),
     value("UnsignedLongBelowClamp", 4294967294UL, "4294967294"),
     value("LongMin", LONG_MIN, "-9223372036854775808"),
-    value("LongMax", LONG_MAX, "9223372036854775807"),
     value("Double", 0.1, "0.100000"),
-    value("NegativeFloat", -1.25F, "-1.250000"),
     value("QuoteChar", '\'', "''''"),
-    value("Char", 'a', "'a'"),
     value("CString", "it's", "'it''s'"),
-    value("EmptyString", std::string(), "''"),
     value("Hostile", std::string("x'); DROP TABLE alarm; --"), "'x''); DROP TABLE alarm; --'"),
 };
+// clang-format on
 
 class InserterRendering : public ::testing::TestWithParam<Case> {};
 
@@ -109,12 +71,7 @@ TEST(Inserter, NullCStringThrowsAfterOpeningTheLiteralAndStaysUsable) {
     inserter.table("t");
     inserter << 1;
     const char* missing = nullptr;
-    try {
-        inserter << missing;
-        FAIL() << "no exception";
-    } catch (const std::logic_error& error) {
-        EXPECT_STREQ(error.what(), "basic_string::_M_construct null not valid");
-    }
+    EXPECT_THROW(inserter << missing, std::logic_error);
     EXPECT_EQ(inserter.toString(), "insert into t values(1,')");
     inserter << 2;
     EXPECT_EQ(inserter.toString(), "insert into t values(1,',2)");

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "render_case.h"
@@ -17,7 +16,9 @@ class BaseBodies : public CVORNBase {
     CVORNTable table(const std::string& name) override { return CVORNBase::table(name); }
     std::string toString() const override { return CVORNBase::toString(); }
     void clear() override { CVORNBase::clear(); }
-    std::string fields() const { return m_table + "|" + m_attachSQL + "|" + m_detachSQL + "|" + m_tableList; }
+    std::string fields() const {
+        return m_table + "|" + m_attachSQL + "|" + m_detachSQL + "|" + m_tableList;
+    }
     void frame() { m_attachSQL = m_detachSQL = "x"; }
 };
 
@@ -93,20 +94,6 @@ TEST(Escaping, DoublesSingleQuotesOnly) {
     EXPECT_EQ(util->replaceSpecialChar(std::string("it's ''")), "it''s ''''");
     EXPECT_EQ(util->replaceSpecialChar(std::string("a\"b\\c%_")), "a\"b\\c%_");
     EXPECT_EQ(util->replaceSpecialChar(std::string()), "");
-}
-
-TEST(Escaping, EveryThreadSeesTheSameInstance) {
-    std::vector<CSQLiteUtil*> seen(4, nullptr);
-    std::vector<std::thread> threads;
-    threads.reserve(seen.size());
-    for (auto& slot : seen) {
-        threads.emplace_back([&slot] { slot = CSQLiteUtil::getInstance(); });
-    }
-    for (auto& thread : threads) {
-        thread.join();
-    }
-    EXPECT_NE(seen[0], nullptr);
-    EXPECT_EQ(std::vector<CSQLiteUtil*>(4, seen[0]), seen);
 }
 
 }  // namespace

@@ -8,7 +8,8 @@
 
 namespace vorn::platform {
 
-// Where a log record comes from: source unit, function and line.
+// Where a log record comes from: source unit, function and line. A null unit
+// or function is recorded as empty text.
 struct SourceLocation {
     const char* unit;
     const char* function;

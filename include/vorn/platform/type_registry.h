@@ -66,13 +66,14 @@ struct ContainerRecord {
     void* (*previous)(void* container, void* element) = nullptr;     // null before the first
     ElementCursor* (*makeReverseCursor)(void* container) = nullptr;  // at the last element
     void (*freeCursor)(ElementCursor* cursor) = nullptr;
-    void (*removeLast)(void* container) = nullptr;
+    void (*removeLast)(void* container) = nullptr;  // nothing happens on an empty container
     void (*clear)(void* container) = nullptr;
     void* (*appendDefault)(void* container) = nullptr;
     void* (*appendCopy)(void* container, const void* element) = nullptr;
 
     std::uint32_t elementCode = 0;  // typecode::kString, kInt64, ...
-    std::uint8_t flags = 0;         // bits 0x10 and 0x20 are cleared at creation
+    // The low byte of the registration flags, with bits 0x10 and 0x20 cleared.
+    std::uint8_t flags = 0;
 };
 
 // Process-wide registry of the container types used as batch columns. Records
@@ -84,8 +85,9 @@ class VORN_API TypeRegistry {
     static void unlock();
 
     // Fills descriptor with code and the record of Vector, creating the record
-    // on first use. Instantiated for std::vector of std::string, std::int64_t,
-    // std::uint64_t, float and double.
+    // on first use; the descriptor's flags are left as they are. The record
+    // keeps the name and flags of the call that created it. Instantiated for
+    // std::vector of std::string, std::int64_t, std::uint64_t, float and double.
     template <class Vector>
     static void registerVectorType(TypeDescriptor& descriptor, std::uint32_t code, const char* name,
                                    std::uint32_t flags);

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "exec/dal/pg_array_literal.h"
+#include "exec/dal/pg_copy_stream.h"
 #include "exec/dal/pg_errors.h"
 #include "exec/dal/pg_insert_rewrite.h"
 #include "exec/dal/pg_link.h"
@@ -23,6 +24,15 @@ constexpr Oid kBoxOid = 603;  // its arrays use ';' between elements
 constexpr std::size_t kChunkRows = 65536;
 constexpr std::size_t kChunkBytes = 8 * 1024 * 1024;
 constexpr std::size_t kMaxPlans = 64;
+
+// Where COPY would not do what INSERT does: other relation kinds (views,
+// foreign tables), rules, row-level security (which COPY FROM refuses), and
+// GENERATED ALWAYS identity columns (which INSERT protects).
+constexpr const char* kCopyAllowedSql =
+    "SELECT c.relkind IN ('r', 'p') AND NOT c.relhasrules AND NOT c.relrowsecurity"
+    " AND NOT EXISTS (SELECT 1 FROM pg_catalog.pg_attribute a WHERE a.attrelid = c.oid"
+    " AND a.attnum > 0 AND NOT a.attisdropped AND a.attidentity = 'a')"
+    " FROM pg_catalog.pg_class c WHERE c.oid = pg_catalog.to_regclass($1)";
 
 constexpr const char* kArrayTypesSql =
     "SELECT oid, typarray FROM pg_catalog.pg_type WHERE oid = ANY($1::pg_catalog.oid[])";
@@ -82,8 +92,13 @@ ExecResult PgBatchWriter::run(const std::string& sql, const BatchParameters& par
         if (!status.ok() || parameters.rows() == 0) {
             return status;  // an empty batch still has its statement checked
         }
-        status = chosen->unnestSql.empty() ? runRows(text, *chosen, sql, parameters, bound)
-                                           : runUnnest(*chosen, sql, parameters, bound);
+        if (!chosen->copySql.empty()) {
+            status = runCopy(*chosen, sql, parameters, bound);
+        } else if (!chosen->unnestSql.empty()) {
+            status = runUnnest(*chosen, sql, parameters, bound);
+        } else {
+            status = runRows(text, *chosen, sql, parameters, bound);
+        }
         if (status.ok() || !cached || m_link.broken() || !isDefinitionError(status.errorCode())) {
             return status;
         }
@@ -115,6 +130,18 @@ ExecResult PgBatchWriter::plan(const std::string& text, const Plan*& out) {
     }
     if (!arrays || !PgInsertRewrite::toUnnest(text, made.types.size(), made.unnestSql)) {
         made.unnestSql.clear();
+    }
+    std::string relation;
+    std::string columns;
+    if (PgInsertRewrite::toCopy(text, made.types.size(), relation, columns, made.copyOrder)) {
+        bool allowed = false;
+        status = copyAllowed(relation, text, allowed);
+        if (!status.ok()) {
+            return status;
+        }
+        if (allowed) {
+            made.copySql = "COPY " + relation + " (" + columns + ") FROM STDIN";
+        }
     }
     if (m_plans.size() >= kMaxPlans) {
         m_plans.clear();
@@ -178,6 +205,58 @@ ExecResult PgBatchWriter::lookUpArrayTypes(const std::vector<Oid>& types,
         m_arrayTypes.emplace(type, 0);  // unknown to the server: no array
     }
     return status;
+}
+
+ExecResult PgBatchWriter::copyAllowed(const std::string& relation, const std::string& text,
+                                      bool& allowed) {
+    std::size_t index = 0;
+    const char* values[] = {relation.c_str()};
+    return m_link.runUnit(
+        m_link.callerTransactionOpen() ? PgAtomicity::Savepoint : PgAtomicity::None,
+        [&](PgPipeline& p) {
+            index = p.query(kCopyAllowedSql, 1, nullptr, values, nullptr, true);
+            return ExecResult();
+        },
+        [&](PgPipeline& p) {
+            const PgResult found = p.takeResult(index);
+            allowed = found && PQntuples(found.get()) == 1 &&
+                      std::strcmp(PQgetvalue(found.get(), 0, 0), "t") == 0;
+        },
+        text);
+}
+
+ExecResult PgBatchWriter::runCopy(const Plan& plan, const std::string& sql,
+                                  const BatchParameters& parameters,
+                                  const std::vector<const BatchColumn*>& bound) {
+    const std::vector<bool> real = realTargets(plan.types, bound.size());
+    return m_link.runCopy(
+        plan.copySql,
+        [&](PgCopyStream& stream) {
+            BatchRowWalker walker(bound);
+            ValueBuffer buffer;
+            for (std::size_t row = 0; row < parameters.rows(); ++row) {
+                for (const std::size_t param : plan.copyOrder) {
+                    const void* element = walker.element(param);
+                    if (element == nullptr) {
+                        return columnEnded();
+                    }
+                    if (bound[param]->elementCode == typecode::kString) {
+                        const auto& text = *static_cast<const std::string*>(element);
+                        if (holdsNul(text)) {
+                            return nulInText();
+                        }
+                        stream.text(text);
+                    } else {
+                        stream.plain(pgValueText(bound[param]->elementCode, element, real[param],
+                                                 buffer.text));
+                    }
+                }
+                stream.endRow();
+                walker.next();
+            }
+            return ExecResult();
+        },
+        sql);
 }
 
 ExecResult PgBatchWriter::runUnnest(const Plan& plan, const std::string& sql,

@@ -128,4 +128,71 @@ bool PgInsertRewrite::toUnnest(std::string_view sql, std::size_t parameters, std
     return true;
 }
 
+bool PgInsertRewrite::toCopy(std::string_view sql, std::size_t parameters, std::string& relation,
+                             std::string& columns, std::vector<std::size_t>& order) {
+    PgSqlScanner scanner(sql);
+    if (parameters == 0 || !scanner.next().is(sql, "insert") || !scanner.next().is(sql, "into")) {
+        return false;
+    }
+    // The relation: names and dots only (no alias, no OVERRIDING clause).
+    Token token = scanner.next();
+    const std::size_t relationBegin = token.begin;
+    std::size_t relationEnd = relationBegin;
+    for (; token.kind == Kind::Word || token.kind == Kind::Quoted || token.isSymbol(sql, '.');
+         token = scanner.next()) {
+        if (token.is(sql, "as") || token.is(sql, "values") || token.is(sql, "default") ||
+            token.is(sql, "select") || token.is(sql, "overriding")) {
+            return false;
+        }
+        relationEnd = token.end;
+    }
+    if (relationEnd == relationBegin || !token.isSymbol(sql, '(')) {
+        return false;
+    }
+    // The column list: names separated by commas.
+    const std::size_t columnsBegin = scanner.position();
+    std::size_t count = 0;
+    bool expectName = true;
+    for (token = scanner.next(); !token.isSymbol(sql, ')'); token = scanner.next()) {
+        const bool isName = token.kind == Kind::Word || token.kind == Kind::Quoted;
+        if (expectName ? !isName : !token.isSymbol(sql, ',')) {
+            return false;
+        }
+        count += isName ? 1 : 0;
+        expectName = !expectName;
+    }
+    const std::size_t columnsEnd = token.begin;
+    if (expectName || count != parameters || !scanner.next().is(sql, "values") ||
+        !scanner.next().isSymbol(sql, '(')) {
+        return false;
+    }
+    // The row: one parameter per column.
+    std::vector<std::size_t> taken;
+    std::vector<bool> used(parameters, false);
+    for (std::size_t i = 0; i < count; ++i) {
+        token = scanner.next();
+        if (token.kind != Kind::Param) {
+            return false;
+        }
+        const std::size_t number = parameterNumber(sql, token, parameters);
+        if (number == 0 || used[number - 1]) {
+            return false;
+        }
+        used[number - 1] = true;
+        taken.push_back(number - 1);
+        if (!scanner.next().isSymbol(sql, i + 1 < count ? ',' : ')')) {
+            return false;
+        }
+    }
+    for (token = scanner.next(); token.isSymbol(sql, ';'); token = scanner.next()) {
+    }
+    if (token.kind != Kind::End) {
+        return false;
+    }
+    relation.assign(sql.substr(relationBegin, relationEnd - relationBegin));
+    columns.assign(sql.substr(columnsBegin, columnsEnd - columnsBegin));
+    order = std::move(taken);
+    return true;
+}
+
 }  // namespace vorn::dal

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vorn::dal {
 
@@ -19,6 +20,14 @@ class PgInsertRewrite {
     // one row, no DEFAULT in it, and parameters $1..$parameters all used and
     // used only inside that row.
     static bool toUnnest(std::string_view sql, std::size_t parameters, std::string& out);
+
+    // The plainest INSERT, which COPY can do instead:
+    //   insert into <relation> (<columns>) values($2, $1, ...)
+    // with nothing after the row and each of $1..$parameters given once,
+    // alone, as the value of one listed column. relation and columns get the
+    // text as written; order[i] is the parameter (0-based) of column i.
+    static bool toCopy(std::string_view sql, std::size_t parameters, std::string& relation,
+                       std::string& columns, std::vector<std::size_t>& order);
 };
 
 }  // namespace vorn::dal

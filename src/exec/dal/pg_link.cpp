@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "exec/dal/pg_copy_stream.h"
 #include "exec/dal/pg_cursor.h"
 #include "exec/dal/pg_errors.h"
 #include "exec/dal/pg_pipeline.h"
@@ -124,9 +125,8 @@ PgAtomicity PgLink::statementAtomicity(std::string_view sql) const {
     return guard ? PgAtomicity::Savepoint : PgAtomicity::None;
 }
 
-ExecResult PgLink::failureOf(const PgPipeline& pipeline, std::string_view sql,
+ExecResult PgLink::failureOf(const PGresult* failure, bool connectionFailed, std::string_view sql,
                              bool callerTransaction) {
-    const PGresult* failure = pipeline.failure();
     ExecResult status;
     if (failure != nullptr && pgMultipleStatementsRefused(failure, sql)) {
         status = ExecResult::failure(platform::errc::kMultipleStatements,
@@ -134,7 +134,7 @@ ExecResult PgLink::failureOf(const PgPipeline& pipeline, std::string_view sql,
     } else {
         status = pgResultFailure(failure, m_conn);
     }
-    if (pipeline.connectionFailed() || pgConnectionLost(failure, m_conn)) {
+    if (connectionFailed || pgConnectionLost(failure, m_conn)) {
         m_broken = true;
         m_readTransaction = false;
         std::string detail = maskPgSecrets(m_secrets, status.detail().value_or(""));
@@ -181,21 +181,77 @@ ExecResult PgLink::runUnit(PgAtomicity atomicity, const PgFill& fill, const PgCo
             }
             return status;
         }
-        status = failureOf(pipeline, sql, callerTransaction);
+        status = failureOf(pipeline.failure(), pipeline.connectionFailed(), sql,
+                           callerTransaction);
     }
     // A command failed, so the server skipped the rest of the pipeline: the
     // unit is still open and failed.
-    if (!m_broken && atomicity != PgAtomicity::None) {
+    if (atomicity == PgAtomicity::Savepoint) {
+        undoSavepoint();
+    } else if (atomicity == PgAtomicity::Transaction && !m_broken &&
+               PQtransactionStatus(m_conn) != PQTRANS_IDLE) {
         PgPipeline undo(m_conn);
-        if (atomicity == PgAtomicity::Savepoint) {
-            undo.query(kRollbackToSavepoint);
-            undo.query(kReleaseSavepoint);
-        } else if (PQtransactionStatus(m_conn) != PQTRANS_IDLE) {
-            undo.query("ROLLBACK");
-        }
+        undo.query("ROLLBACK");
         undo.finish();
-        if (undo.connectionFailed()) {
-            m_broken = true;
+        m_broken = m_broken || undo.connectionFailed();
+    }
+    return status;
+}
+
+void PgLink::undoSavepoint() {
+    if (m_broken) {
+        return;
+    }
+    PgPipeline undo(m_conn);
+    undo.query(kRollbackToSavepoint);
+    undo.query(kReleaseSavepoint);
+    undo.finish();
+    m_broken = m_broken || undo.connectionFailed();
+}
+
+ExecResult PgLink::runCopy(const std::string& copySql, const PgCopyFeed& feed,
+                           std::string_view sql) {
+    if (m_broken) {
+        return lostFailure();
+    }
+    settle();
+    const bool callerTransaction = callerTransactionOpen();
+    if (callerTransaction) {
+        ExecResult status = simple(kSavepoint);
+        if (!status.ok()) {
+            return status;
+        }
+    }
+    ExecResult status;
+    bool sent = PQsendQueryParams(m_conn, copySql.c_str(), 0, nullptr, nullptr, nullptr,
+                                  nullptr, 0) == 1;
+    PgResult result(sent ? PQgetResult(m_conn) : nullptr);
+    if (result.status() == PGRES_COPY_IN) {
+        PgCopyStream stream(m_conn);
+        const ExecResult fed = feed(stream);
+        sent = stream.finish();
+        if (sent) {
+            sent = PQputCopyEnd(m_conn, fed.ok() ? nullptr : "batch refused by the client") == 1;
+        }
+        result = PgResult(sent ? PQgetResult(m_conn) : nullptr);
+        if (!fed.ok() && sent) {
+            status = fed;  // the server's "COPY from stdin failed" says less
+        }
+    }
+    if (status.ok() && result.status() != PGRES_COMMAND_OK) {
+        status = failureOf(result.get(), !sent, sql, callerTransaction);
+    }
+    while (PGresult* rest = PQgetResult(m_conn)) {
+        PQclear(rest);
+    }
+    if (PQstatus(m_conn) == CONNECTION_BAD && !m_broken) {
+        status = failureOf(nullptr, true, sql, callerTransaction);
+    }
+    if (callerTransaction) {
+        if (status.ok()) {
+            status = simple(kReleaseSavepoint);
+        } else {
+            undoSavepoint();
         }
     }
     return status;

@@ -16,6 +16,7 @@
 
 namespace vorn::dal {
 
+class PgCopyStream;
 class PgPipeline;
 
 // How PgLink::runUnit makes its commands one unit of work.
@@ -29,6 +30,8 @@ enum class PgAtomicity {
 // return it.
 using PgFill = std::function<platform::ExecResult(PgPipeline&)>;
 using PgCollect = std::function<void(PgPipeline&)>;
+// Writes the rows of a COPY; a failure makes runCopy cancel it and return it.
+using PgCopyFeed = std::function<platform::ExecResult(PgCopyStream&)>;
 
 // A server cursor opened by a read: its name and the read transaction it was
 // declared in (0 when it was declared in the caller's transaction).
@@ -103,6 +106,11 @@ class PgLink : public std::enable_shared_from_this<PgLink> {
     // sql is the caller's statement, for the error.
     platform::ExecResult runUnit(PgAtomicity atomicity, const PgFill& fill,
                                  const PgCollect& collect, std::string_view sql);
+    // Runs copySql (COPY ... FROM STDIN) with the rows feed() writes, inside a
+    // savepoint when the caller's transaction is open (a COPY is atomic by
+    // itself otherwise). sql is the caller's statement, for the error.
+    platform::ExecResult runCopy(const std::string& copySql, const PgCopyFeed& feed,
+                                 std::string_view sql);
 
   private:
     PgLink(PGconn* conn, const PgSettings& settings, std::vector<std::string> secrets);
@@ -110,8 +118,9 @@ class PgLink : public std::enable_shared_from_this<PgLink> {
     void settle();
     void sendDeferred(const char* sql);
     platform::ExecResult lostFailure() const;
-    platform::ExecResult failureOf(const PgPipeline& pipeline, std::string_view sql,
-                                   bool callerTransaction);
+    platform::ExecResult failureOf(const PGresult* failure, bool connectionFailed,
+                                   std::string_view sql, bool callerTransaction);
+    void undoSavepoint();
     platform::ExecResult simple(const char* sql, PgResult* kept = nullptr);
     void endReadTransaction(const char* how);
     PgAtomicity statementAtomicity(std::string_view sql) const;
