@@ -189,8 +189,9 @@ BENCHMARK(BM_PgRead100k_Libpq)->Unit(benchmark::kMillisecond);
 int main(int argc, char** argv) {
     const char* url = std::getenv("VORN_TEST_PG_URL");
     if (url == nullptr || *url == '\0') {
-        std::printf("bench_pg: VORN_TEST_PG_URL is not set, nothing to measure "
-                    "(start a server with scripts/pg-server start <dir>)\n");
+        std::printf(
+            "bench_pg: VORN_TEST_PG_URL is not set, nothing to measure "
+            "(start a server with scripts/pg-server start <dir>)\n");
         return 0;
     }
     g_raw = PQconnectdb(url);
@@ -206,17 +207,19 @@ int main(int argc, char** argv) {
         rawExec(std::string("drop table if exists ") + table);
         rawExec(std::string("create table ") + table + " (id int8, name text, value float8)");
     }
-    rawExec("insert into bench_pg_read select g, 'device-' || g, g * 0.25 "
-            "from generate_series(0, " + std::to_string(kRows - 1) + ") g");
+    rawExec(
+        "insert into bench_pg_read select g, 'device-' || g, g * 0.25 "
+        "from generate_series(0, " +
+        std::to_string(kRows - 1) + ") g");
     rawExec("vacuum analyze bench_pg_read");
     rows();
 
-    const int status = vorn::bench::runWithRatios(
-        argc, argv,
-        {{"batch of 100,000 rows (int8, text, float8) vs COPY", "BM_PgBatch100k_Vorn",
-          "BM_PgBatch100k_Copy"},
-         {"read 100,000 rows (long, string, double) vs PQexec", "BM_PgRead100k_Vorn",
-          "BM_PgRead100k_Libpq"}});
+    const int status =
+        vorn::bench::runWithRatios(argc, argv,
+                                   {{"batch of 100,000 rows (int8, text, float8) vs COPY",
+                                     "BM_PgBatch100k_Vorn", "BM_PgBatch100k_Copy"},
+                                    {"read 100,000 rows (long, string, double) vs PQexec",
+                                     "BM_PgRead100k_Vorn", "BM_PgRead100k_Libpq"}});
     for (const char* table : {"bench_pg_batch_vorn", "bench_pg_batch_copy", "bench_pg_read"}) {
         rawExec(std::string("drop table if exists ") + table);
     }

@@ -59,16 +59,27 @@ TEST_F(PgBatch, EveryElementTypeRoundTripsExactly) {
         order[r] = static_cast<std::int64_t>(r);
     }
     std::vector<std::int64_t> i{I::min(), -1, 0, 1, I::max(), 42, -42, 7, 8, 9, 10};
-    std::vector<std::uint64_t> u{0, I::max(), std::uint64_t{1} << 63, U::max() - 1, U::max(),
-                                 1, 2, 3, 4, 5, 6};
-    std::vector<float> f{0.1F, -1.5F, FLT_MAX, FLT_MIN, FLT_TRUE_MIN, 3.14159274F, -0.0F,
-                         1e-40F, 16777217.0F, std::numeric_limits<float>::infinity(), 2.5F};
-    std::vector<double> d{0.1, 1.0 / 3, DBL_MAX, DBL_MIN, 5e-324, -2.5e-310, -0.0,
-                          123456789.123456789, -std::numeric_limits<double>::infinity(),
-                          9007199254740993.0, 1e300};
+    std::vector<std::uint64_t> u{
+        0, I::max(), std::uint64_t{1} << 63, U::max() - 1, U::max(), 1, 2, 3, 4, 5, 6};
+    std::vector<float> f{
+        0.1F,        -1.5F, FLT_MAX, FLT_MIN,     FLT_TRUE_MIN,
+        3.14159274F, -0.0F, 1e-40F,  16777217.0F, std::numeric_limits<float>::infinity(),
+        2.5F};
+    std::vector<double> d{0.1,
+                          1.0 / 3,
+                          DBL_MAX,
+                          DBL_MIN,
+                          5e-324,
+                          -2.5e-310,
+                          -0.0,
+                          123456789.123456789,
+                          -std::numeric_limits<double>::infinity(),
+                          9007199254740993.0,
+                          1e300};
     std::vector<float> fd = f;  // floats into a double column: the float's exact value
-    const std::string b = freshTable("", "n int8, s text, i int8, u int8, f real, d float8, "
-                                         "fd float8");
+    const std::string b = freshTable("",
+                                     "n int8, s text, i int8, u int8, f real, d float8, "
+                                     "fd float8");
     for (const std::string& sql :
          {"insert into " + b + " (n, s, i, u, f, d, fd) values({n}, {s}, {i}, {u}, {f}, {d}, {fd})",
           "insert into " + b + " values({n}, {s}, {i}, {u}, {f}, {d}, {fd})",
@@ -92,7 +103,8 @@ TEST_F(PgBatch, EveryElementTypeRoundTripsExactly) {
             SCOPED_TRACE(r);
             EXPECT_EQ(rows[r][1], s[r]);
             EXPECT_EQ(std::strtoll(rows[r][2].c_str(), nullptr, 10), i[r]);
-            EXPECT_EQ(std::strtoul(rows[r][3].c_str(), nullptr, 10), u[r]);  // as the reader reads it
+            EXPECT_EQ(std::strtoul(rows[r][3].c_str(), nullptr, 10),
+                      u[r]);  // as the reader reads it
             const float readF = static_cast<float>(std::strtod(rows[r][4].c_str(), nullptr));
             EXPECT_EQ(readF, f[r]) << rows[r][4];
             EXPECT_EQ(std::signbit(readF), std::signbit(f[r])) << rows[r][4];
@@ -153,25 +165,26 @@ TEST_F(PgBatch, ABatchJoinsTheCallersTransaction) {
 // Parameter types come from the statement: texts fill date and numeric
 // columns, integers a boolean one, as they would in a written statement.
 TEST_F(PgBatch, ValuesTakeTheTypesTheStatementGivesThem) {
-    const std::string t = freshTable("", "n int8, at timestamp, amount numeric, flag boolean, "
-                                         "small int4, label varchar(10)");
+    const std::string t = freshTable("",
+                                     "n int8, at timestamp, amount numeric, flag boolean, "
+                                     "small int4, label varchar(10)");
     std::vector<std::int64_t> n{1, 2};
     std::vector<std::string> at{"2024-02-29 12:34:56", "1999-12-31 23:59:59.5"};
     std::vector<double> amount{0.1, -12.5};
     std::vector<std::int64_t> flag{1, 0};
     std::vector<std::string> small{"7", "-8"};
     std::vector<std::string> label{"ten chars!", ""};
-    const ExecResult status = batch(
-        m_session,
-        "insert into " + t + " values({n}, {at}, {amount}, {flag} <> 0, {small}, {label})",
-        Params()
-            .add("n", n)
-            .add("at", at)
-            .add("amount", amount)
-            .add("flag", flag)
-            .add("small", small)
-            .add("label", label)
-            .ref());
+    const ExecResult status =
+        batch(m_session,
+              "insert into " + t + " values({n}, {at}, {amount}, {flag} <> 0, {small}, {label})",
+              Params()
+                  .add("n", n)
+                  .add("at", at)
+                  .add("amount", amount)
+                  .add("flag", flag)
+                  .add("small", small)
+                  .add("label", label)
+                  .ref());
     ASSERT_TRUE(status.ok()) << detailOf(status);
     EXPECT_EQ(all(t), (Rows{{"1", "2024-02-29 12:34:56", "0.1", "true", "7", "ten chars!"},
                             {"2", "1999-12-31 23:59:59.5", "-12.5", "false", "-8", ""}}));
@@ -204,10 +217,10 @@ TEST_F(PgBatch, LargeBatchesArriveWhole) {
         names[kRows - 1] = "last";
         const ExecResult status = insert(ids, names, sql);
         ASSERT_TRUE(status.ok()) << detailOf(status);
-        EXPECT_EQ(query(m_session, "select count(*), sum(id), max(name) from " + m_u +
-                                       " where name <> 'dup'"),
-                  (Rows{{std::to_string(kRows), std::to_string(kRows * (kRows + 1) / 2),
-                         "name 99999"}}));
+        EXPECT_EQ(
+            query(m_session,
+                  "select count(*), sum(id), max(name) from " + m_u + " where name <> 'dup'"),
+            (Rows{{std::to_string(kRows), std::to_string(kRows * (kRows + 1) / 2), "name 99999"}}));
         ASSERT_TRUE(run(m_session, "delete from " + m_u + " where id > 0").ok());
     }
 }
@@ -218,7 +231,8 @@ TEST_F(PgBatch, TablesWhereCopyDiffersGetInserts) {
     const std::string target = freshTable("", "id int8, name text");
     const std::string diverted = freshTable("_diverted", "id int8, name text");
     ASSERT_TRUE(run(m_session, "create rule divert as on insert to " + target +
-                                   " do instead insert into " + diverted + " values (new.id, new.name)")
+                                   " do instead insert into " + diverted +
+                                   " values (new.id, new.name)")
                     .ok());
     std::vector<std::int64_t> ids{1, 2};
     std::vector<std::string> names{"a", "b"};
@@ -245,12 +259,17 @@ TEST_F(PgBatch, RefusalsLeaveNothingBehind) {
         std::uint64_t code;
     } cases[] = {
         {"text with a NUL byte", {"a", std::string("b\0c", 3)}, insertForms()[0], pgCode("22021")},
-        {"two statements", {"a", "b"},
+        {"two statements",
+         {"a", "b"},
          "insert into " + m_u + " values({id}, {name}); delete from " + m_u,
          errc::kMultipleStatements},
-        {"missing table", {"a", "b"}, "insert into no_such_table_here values({id}, {name})",
+        {"missing table",
+         {"a", "b"},
+         "insert into no_such_table_here values({id}, {name})",
          pgCode("42P01")},
-        {"missing table, empty batch", {}, "insert into no_such_table_here values({id}, {name})",
+        {"missing table, empty batch",
+         {},
+         "insert into no_such_table_here values({id}, {name})",
          pgCode("42P01")},
     };
     for (const auto& c : cases) {

@@ -18,7 +18,8 @@ class PgErrors : public PgTest {
         PgTest::SetUp();
         if (!IsSkipped()) {
             m_kept = freshTable("", "id int8 primary key, name text");
-            ASSERT_TRUE(run(m_session, "insert into " + m_kept + " values (1, 'a'), (2, 'b')").ok());
+            ASSERT_TRUE(
+                run(m_session, "insert into " + m_kept + " values (1, 'a'), (2, 'b')").ok());
         }
     }
     Rows keptRows() const { return all(m_kept); }
@@ -38,30 +39,31 @@ TEST_F(PgErrors, FailuresCarryTheSqlstateAndTheServersMessage) {
          pgCode("23505"), "duplicate key value violates unique constraint"},
         {"missing table", "delete from no_such_table_here", SqlKind::Write, pgCode("42P01"),
          "relation \"no_such_table_here\" does not exist"},
-        {"missing table, read", "select * from no_such_table_here", SqlKind::Read,
-         pgCode("42P01"), "relation \"no_such_table_here\" does not exist"},
-        {"syntax error", "delete from " + m_kept + " wher id = 1", SqlKind::Write,
-         pgCode("42601"), "syntax error at or near"},
+        {"missing table, read", "select * from no_such_table_here", SqlKind::Read, pgCode("42P01"),
+         "relation \"no_such_table_here\" does not exist"},
+        {"syntax error", "delete from " + m_kept + " wher id = 1", SqlKind::Write, pgCode("42601"),
+         "syntax error at or near"},
         {"bad number", "insert into " + m_kept + " values ('x', 'y')", SqlKind::Write,
          pgCode("22P02"), "invalid input syntax for type bigint"},
         {"division by zero", "select 1 / 0", SqlKind::Read, pgCode("22012"), "division by zero"},
         {"second statement", "insert into " + m_kept + " values (3, 'c'); drop table " + m_kept,
          SqlKind::Write, errc::kMultipleStatements,
          "cannot insert multiple commands into a prepared statement"},
-        {"second statement, read", "select 1; select 2", SqlKind::Read,
-         errc::kMultipleStatements, "cannot insert multiple commands"},
+        {"second statement, read", "select 1; select 2", SqlKind::Read, errc::kMultipleStatements,
+         "cannot insert multiple commands"},
         {"second statement after a comment", "select 1 /* ; */; -- x\n select 2", SqlKind::Read,
          errc::kMultipleStatements, "cannot insert multiple commands"},
         {"line breaks in the message", "select * from \"no\r\nsuch\"", SqlKind::Read,
          pgCode("42P01"), "relation \"no"},
-        {"COPY from the client", "copy " + m_kept + " from stdin", SqlKind::Write,
-         pgCode("0A000"), "COPY FROM STDIN and COPY TO STDOUT are not supported"},
+        {"COPY from the client", "copy " + m_kept + " from stdin", SqlKind::Write, pgCode("0A000"),
+         "COPY FROM STDIN and COPY TO STDOUT are not supported"},
     };
     for (const auto& c : cases) {
         const ExecResult status = run(m_session, c.sql, c.kind);
         EXPECT_FALSE(status.ok()) << c.what;
         EXPECT_EQ(status.errorCode(), c.code) << c.what << ": " << detailOf(status);
-        EXPECT_EQ(detailOf(status).rfind(c.detailStart, 0), 0U) << c.what << ": " << detailOf(status);
+        EXPECT_EQ(detailOf(status).rfind(c.detailStart, 0), 0U)
+            << c.what << ": " << detailOf(status);
         EXPECT_TRUE(isOneLine(detailOf(status))) << c.what;
         EXPECT_EQ(keptRows(), (Rows{{"1", "a"}, {"2", "b"}})) << c.what;
     }

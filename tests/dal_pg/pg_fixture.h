@@ -157,7 +157,7 @@ class PgTest : public ::testing::Test {
             name.resize(40);
         }
         char hash[17];
-        std::snprintf(hash, sizeof hash, "%08zx", std::hash<std::string>{}(test) & 0xFFFFFFFFU);
+        std::snprintf(hash, sizeof hash, "%08zx", std::hash<std::string>{}(test)&0xFFFFFFFFU);
         return name + "_" + hash;
     }
 };

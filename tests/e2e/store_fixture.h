@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <cctype>
 #include <filesystem>
 #include <map>
 #include <string>
@@ -65,7 +66,11 @@ protected:
         }
         const std::string prefix = uniqueSchemaName();
         for (const char* session : kSessions) {
-            const std::string schema = prefix + "_" + session;
+            // Lower case: search_path names are folded to lower case.
+            std::string schema = prefix + "_" + session;
+            for (char& c : schema) {
+                c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+            }
             ASSERT_TRUE(adminExecute("create schema \"" + schema + "\""));
             m_schemas[session] = schema;
             ASSERT_EQ(bindDataSource(session, postgresUrlForSchema(schema)), 0u);

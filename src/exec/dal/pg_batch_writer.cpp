@@ -22,7 +22,7 @@ namespace typecode = platform::typecode;
 constexpr Oid kFloat4Oid = 700;
 constexpr Oid kBoxOid = 603;  // its arrays use ';' between elements
 constexpr std::size_t kChunkRows = 65536;
-constexpr std::size_t kChunkBytes = 8 * 1024 * 1024;
+constexpr std::size_t kChunkBytes = std::size_t{8} * 1024 * 1024;
 constexpr std::size_t kMaxPlans = 64;
 
 // Where COPY would not do what INSERT does: other relation kinds (views,
@@ -51,7 +51,7 @@ ExecResult nulInText() {
 }
 
 bool holdsNul(const std::string& text) {
-    return std::memchr(text.data(), '\0', text.size()) != nullptr;
+    return text.find('\0') != std::string::npos;
 }
 
 std::vector<bool> realTargets(const std::vector<Oid>& types, std::size_t columns) {
@@ -170,8 +170,7 @@ ExecResult PgBatchWriter::describe(const std::string& text, Plan& plan) {
         text);
 }
 
-ExecResult PgBatchWriter::lookUpArrayTypes(const std::vector<Oid>& types,
-                                           const std::string& text) {
+ExecResult PgBatchWriter::lookUpArrayTypes(const std::vector<Oid>& types, const std::string& text) {
     std::string wanted;
     for (const Oid type : types) {
         if (m_arrayTypes.count(type) == 0) {
@@ -194,8 +193,8 @@ ExecResult PgBatchWriter::lookUpArrayTypes(const std::vector<Oid>& types,
         [&](PgPipeline& p) {
             const PgResult found = p.takeResult(index);
             for (int row = 0; found && row < PQntuples(found.get()); ++row) {
-                const Oid type = static_cast<Oid>(std::strtoul(PQgetvalue(found.get(), row, 0),
-                                                               nullptr, 10));
+                const Oid type =
+                    static_cast<Oid>(std::strtoul(PQgetvalue(found.get(), row, 0), nullptr, 10));
                 m_arrayTypes[type] =
                     static_cast<Oid>(std::strtoul(PQgetvalue(found.get(), row, 1), nullptr, 10));
             }
@@ -294,8 +293,8 @@ ExecResult PgBatchWriter::runUnnest(const Plan& plan, const std::string& sql,
                             }
                             literals[i].appendText(text);
                         } else {
-                            literals[i].appendNumber(pgValueText(bound[i]->elementCode, element,
-                                                                 real[i], buffer.text));
+                            literals[i].appendNumber(
+                                pgValueText(bound[i]->elementCode, element, real[i], buffer.text));
                         }
                         chunkBytes += literals[i].size();
                     }
@@ -316,8 +315,8 @@ ExecResult PgBatchWriter::runUnnest(const Plan& plan, const std::string& sql,
         nullptr, sql);
 }
 
-ExecResult PgBatchWriter::runRows(const std::string& text, const Plan& plan,
-                                  const std::string& sql, const BatchParameters& parameters,
+ExecResult PgBatchWriter::runRows(const std::string& text, const Plan& plan, const std::string& sql,
+                                  const BatchParameters& parameters,
                                   const std::vector<const BatchColumn*>& bound) {
     const std::size_t columns = bound.size();
     const std::vector<bool> real = realTargets(plan.types, columns);
@@ -343,8 +342,8 @@ ExecResult PgBatchWriter::runRows(const std::string& text, const Plan& plan,
                         values[i] = value.c_str();
                         lengths[i] = static_cast<int>(value.size());
                     } else {
-                        const std::string_view value = pgValueText(
-                            bound[i]->elementCode, element, real[i], buffers[i].text);
+                        const std::string_view value =
+                            pgValueText(bound[i]->elementCode, element, real[i], buffers[i].text);
                         values[i] = value.data();
                         lengths[i] = static_cast<int>(value.size());
                     }

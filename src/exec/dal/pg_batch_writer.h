@@ -39,11 +39,11 @@ class PgBatchWriter {
 
   private:
     struct Plan {
-        std::vector<Oid> types;       // of each parameter, as the server inferred them
-        std::vector<Oid> arrayTypes;  // their array types
-        std::string copySql;              // empty: no COPY
+        std::vector<Oid> types;              // of each parameter, as the server inferred them
+        std::vector<Oid> arrayTypes;         // their array types
+        std::string copySql;                 // empty: no COPY
         std::vector<std::size_t> copyOrder;  // parameter of each COPY column
-        std::string unnestSql;            // empty: no unnest() form
+        std::string unnestSql;               // empty: no unnest() form
     };
 
     platform::ExecResult plan(const std::string& text, const Plan*& out);
@@ -57,8 +57,8 @@ class PgBatchWriter {
     platform::ExecResult runUnnest(const Plan& plan, const std::string& sql,
                                    const BatchParameters& parameters,
                                    const std::vector<const BatchColumn*>& bound);
-    platform::ExecResult runRows(const std::string& text, const Plan& plan,
-                                 const std::string& sql, const BatchParameters& parameters,
+    platform::ExecResult runRows(const std::string& text, const Plan& plan, const std::string& sql,
+                                 const BatchParameters& parameters,
                                  const std::vector<const BatchColumn*>& bound);
 
     PgLink& m_link;

@@ -4,8 +4,7 @@
 
 namespace vorn::dal {
 
-std::unique_ptr<PgConnection> PgConnection::open(const PgSettings& settings,
-                                                 const std::string& url,
+std::unique_ptr<PgConnection> PgConnection::open(const PgSettings& settings, const std::string& url,
                                                  platform::ExecResult& status) {
     std::shared_ptr<PgLink> link = PgLink::open(settings, pgSecretsOf(url), status);
     if (!link) {

@@ -25,7 +25,7 @@ class PgCopyStream {
     bool finish();
 
   private:
-    static constexpr std::size_t kBlock = 64 * 1024;
+    static constexpr std::size_t kBlock = std::size_t{64} * 1024;
 
     void separate();
     void send();

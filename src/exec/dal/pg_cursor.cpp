@@ -7,7 +7,7 @@ namespace {
 
 constexpr Oid kBoolOid = 16;
 constexpr int kGrowth = 4;
-constexpr std::size_t kChunkBytes = 4 * 1024 * 1024;
+constexpr std::size_t kChunkBytes = std::size_t{4} * 1024 * 1024;
 // Counted per field on top of its text, for the memory of the result itself.
 constexpr std::size_t kFieldOverhead = 16;
 
@@ -49,7 +49,8 @@ void PgCursor::adopt(PgResult chunk, int requested) {
 
 int PgCursor::nextChunkRows() const {
     const int limit = m_link->settings().maxFetchRows;
-    const std::size_t perRow = m_chunkRows > 0 ? m_chunkBytes / static_cast<std::size_t>(m_chunkRows) + 1 : 1;
+    const std::size_t perRow =
+        m_chunkRows > 0 ? m_chunkBytes / static_cast<std::size_t>(m_chunkRows) + 1 : 1;
     const std::size_t byBytes = std::max<std::size_t>(1, kChunkBytes / perRow);
     const std::size_t grown = static_cast<std::size_t>(m_requested) * kGrowth;
     return static_cast<int>(std::min({grown, byBytes, static_cast<std::size_t>(limit)}));

@@ -13,9 +13,7 @@ namespace vorn::dal {
 namespace pgstate {
 inline constexpr const char* kConnectionFailure = "08006";
 inline constexpr const char* kCannotConnect = "08001";
-inline constexpr const char* kActiveTransaction = "25001";    // BEGIN inside a transaction
-inline constexpr const char* kNoActiveTransaction = "25P01";  // COMMIT/ROLLBACK outside one
-inline constexpr const char* kFailedTransaction = "25P02";    // COMMIT of a failed transaction
+inline constexpr const char* kFailedTransaction = "25P02";  // COMMIT of a failed transaction
 inline constexpr const char* kFeatureNotSupported = "0A000";
 inline constexpr const char* kSyntaxError = "42601";
 }  // namespace pgstate

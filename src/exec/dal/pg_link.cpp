@@ -32,9 +32,9 @@ void traceNotice(void* /*unused*/, const PGresult* result) {
         return;
     }
     const char* message = PQresultErrorMessage(result);
-    platform::Logger::trace({"PgLink", "notice", __LINE__},
-                            platform::LogScrubber::scrub(pgOneLine(message != nullptr ? message
-                                                                                      : "")));
+    platform::Logger::trace(
+        {"PgLink", "notice", __LINE__},
+        platform::LogScrubber::scrub(pgOneLine(message != nullptr ? message : "")));
 }
 
 ExecResult unsupportedCopy() {
@@ -162,7 +162,7 @@ ExecResult PgLink::runUnit(PgAtomicity atomicity, const PgFill& fill, const PgCo
         } else if (atomicity == PgAtomicity::Transaction) {
             pipeline.query("BEGIN");
         }
-        const ExecResult filled = fill(pipeline);
+        ExecResult filled = fill(pipeline);
         const bool abandon = !filled.ok();
         if (atomicity == PgAtomicity::Savepoint) {
             if (abandon) {
@@ -181,8 +181,7 @@ ExecResult PgLink::runUnit(PgAtomicity atomicity, const PgFill& fill, const PgCo
             }
             return status;
         }
-        status = failureOf(pipeline.failure(), pipeline.connectionFailed(), sql,
-                           callerTransaction);
+        status = failureOf(pipeline.failure(), pipeline.connectionFailed(), sql, callerTransaction);
     }
     // A command failed, so the server skipped the rest of the pipeline: the
     // unit is still open and failed.
@@ -223,8 +222,8 @@ ExecResult PgLink::runCopy(const std::string& copySql, const PgCopyFeed& feed,
         }
     }
     ExecResult status;
-    bool sent = PQsendQueryParams(m_conn, copySql.c_str(), 0, nullptr, nullptr, nullptr,
-                                  nullptr, 0) == 1;
+    bool sent =
+        PQsendQueryParams(m_conn, copySql.c_str(), 0, nullptr, nullptr, nullptr, nullptr, 0) == 1;
     PgResult result(sent ? PQgetResult(m_conn) : nullptr);
     if (result.status() == PGRES_COPY_IN) {
         PgCopyStream stream(m_conn);
@@ -300,29 +299,25 @@ ExecResult PgLink::prepareWrite() {
     return simple("COMMIT");
 }
 
+// BEGIN, COMMIT and ROLLBACK go to the server whatever the state, and get its
+// answer: misplaced ones (BEGIN inside a transaction, COMMIT or ROLLBACK
+// outside one) succeed with a warning there. A read transaction is committed
+// first, so they meet exactly the caller's state.
 ExecResult PgLink::begin() {
+    ExecResult status = prepareWrite();
+    return status.ok() ? simple("BEGIN") : status;
+}
+
+ExecResult PgLink::commit() {
     ExecResult status = prepareWrite();
     if (!status.ok()) {
         return status;
     }
-    if (PQtransactionStatus(m_conn) != PQTRANS_IDLE) {
-        return pgFailure(pgstate::kActiveTransaction, "there is already a transaction in progress");
-    }
-    return simple("BEGIN");
-}
-
-ExecResult PgLink::commit() {
-    if (m_broken) {
-        return lostFailure();
-    }
-    settle();
-    if (!callerTransactionOpen()) {
-        return pgFailure(pgstate::kNoActiveTransaction, "there is no transaction in progress");
-    }
     PgResult result;
-    ExecResult status = simple("COMMIT", &result);
+    status = simple("COMMIT", &result);
     if (status.ok() && result && std::strcmp(PQcmdStatus(result.get()), "ROLLBACK") == 0) {
-        // The server answers COMMIT of a failed transaction with a rollback.
+        // The server answers COMMIT of a failed transaction with a rollback
+        // and no error; the caller must hear that nothing was committed.
         return pgFailure(pgstate::kFailedTransaction,
                          "the transaction had failed, so it was rolled back instead of committed");
     }
@@ -330,14 +325,8 @@ ExecResult PgLink::commit() {
 }
 
 ExecResult PgLink::rollback() {
-    if (m_broken) {
-        return lostFailure();
-    }
-    settle();
-    if (!callerTransactionOpen()) {
-        return pgFailure(pgstate::kNoActiveTransaction, "there is no transaction in progress");
-    }
-    return simple("ROLLBACK");
+    ExecResult status = prepareWrite();
+    return status.ok() ? simple("ROLLBACK") : status;
 }
 
 ExecResult PgLink::execute(const std::string& sql) {
@@ -417,8 +406,8 @@ ExecResult PgLink::query(const std::string& sql, std::unique_ptr<Cursor>& cursor
         ++m_readTransactionCursors;
         slot.readTransaction = m_readTransactionId;
     }
-    cursor = std::make_unique<PgCursor>(shared_from_this(), std::move(slot), std::move(first),
-                                        rows);
+    cursor =
+        std::make_unique<PgCursor>(shared_from_this(), std::move(slot), std::move(first), rows);
     return status;
 }
 

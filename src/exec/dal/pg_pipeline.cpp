@@ -10,7 +10,7 @@ namespace {
 // Results are read and the output buffer drained at least this often.
 constexpr std::size_t kPumpEvery = 64;
 // A command whose parameters are larger than this is pushed out at once.
-constexpr long kLargeParameters = 64 * 1024;
+constexpr long kLargeParameters = 64L * 1024;
 
 }  // namespace
 

@@ -71,7 +71,7 @@ class PgPipeline {
     bool m_broken = false;  // a send or read failed
     bool m_synced = false;
     std::vector<bool> m_keep;
-    std::size_t m_done = 0;          // commands whose results are all read
+    std::size_t m_done = 0;           // commands whose results are all read
     bool m_currentHasResult = false;  // the command m_done has delivered a result
     std::vector<std::pair<std::size_t, PgResult>> m_kept;
     PgResult m_failure;

@@ -51,8 +51,8 @@ bool applyOwnOption(std::string_view key, std::string_view value, PgSettings& ou
         const auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), rows);
         if (ec != std::errc() || end != value.data() + value.size() || rows < 1 ||
             rows > kMaxFetchRowsLimit) {
-            problem = "vorn_fetch_rows must be a number from 1 to " +
-                      std::to_string(kMaxFetchRowsLimit);
+            problem =
+                "vorn_fetch_rows must be a number from 1 to " + std::to_string(kMaxFetchRowsLimit);
             return false;
         }
         out.maxFetchRows = rows;
@@ -101,7 +101,8 @@ bool PgSettings::parse(const std::string& url, PgSettings& out, std::string& pro
     // libpq knows the scheme in lower case only.
     const std::size_t schemeEnd = urlScheme(out.conninfo).size();
     for (std::size_t i = 0; i < schemeEnd; ++i) {
-        out.conninfo[i] = static_cast<char>(std::tolower(static_cast<unsigned char>(out.conninfo[i])));
+        out.conninfo[i] =
+            static_cast<char>(std::tolower(static_cast<unsigned char>(out.conninfo[i])));
     }
     if (queryStart != std::string::npos) {
         const std::string_view query = std::string_view(url).substr(queryStart + 1);

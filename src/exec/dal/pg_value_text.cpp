@@ -40,8 +40,8 @@ std::string_view pgValueText(std::uint32_t elementCode, const void* element, boo
         case typecode::kInt64:
             return numberText(*static_cast<const std::int64_t*>(element), buffer);
         case typecode::kUInt64:
-            return numberText(static_cast<std::int64_t>(*static_cast<const std::uint64_t*>(element)),
-                              buffer);
+            return numberText(
+                static_cast<std::int64_t>(*static_cast<const std::uint64_t*>(element)), buffer);
         case typecode::kFloat: {
             const float value = *static_cast<const float*>(element);
             return realTarget ? floatingText(value, buffer)
