@@ -25,9 +25,18 @@ public:
 
     void ReportRuns(const std::vector<Run>& runs) override {
         ConsoleReporter::ReportRuns(runs);
+        // With --benchmark_repetitions the median of the repetitions is used,
+        // otherwise the single run.
         for (const auto& run : runs) {
-            if (run.run_type == Run::RT_Iteration && !run.error_occurred) {
-                m_times[run.benchmark_name()] = run.GetAdjustedRealTime();
+            if (run.error_occurred) {
+                continue;
+            }
+            const std::string& name = run.run_name.function_name;
+            if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
+                m_times[name] = run.GetAdjustedRealTime();
+                m_fromMedian[name] = true;
+            } else if (run.run_type == Run::RT_Iteration && !m_fromMedian[name]) {
+                m_times[name] = run.GetAdjustedRealTime();
             }
         }
     }
@@ -51,6 +60,7 @@ public:
 private:
     std::vector<Pair> m_pairs;
     std::map<std::string, double> m_times;
+    std::map<std::string, bool> m_fromMedian;
 };
 
 // main() for a benchmark program that prints the ratios of the given pairs.
