@@ -9,9 +9,6 @@
 #include "vorn/sqlite_util.h"
 
 using vorn::detail::FormatSite;
-using vorn::detail::kNumberBufferSize;
-using vorn::detail::kNumberMaxChars;
-using vorn::platform::snprintf_s;
 
 namespace {
 
@@ -60,10 +57,7 @@ CVORNInserter& CVORNInserter::operator<<(const CVORNNull& /*value*/) {
 CVORNInserter& CVORNInserter::operator<<(const bool& value) {
     // A boolean is written as 1 or 0, never as TRUE/FALSE.
     beginValue();
-    char buffer[kNumberBufferSize] = {};
-    const int written =
-        snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "%d", static_cast<int>(value));
-    vorn::detail::appendNumber(m_values, buffer, written, kSetValueSite);
+    vorn::detail::appendFormatted(m_values, kSetValueSite, "%d", static_cast<int>(value));
     return *this;
 }
 
@@ -97,26 +91,19 @@ CVORNInserter& CVORNInserter::operator<<(const std::string& value) {
 
 CVORNInserter& CVORNInserter::operator<<(const short& value) {
     beginValue();
-    char buffer[kNumberBufferSize] = {};
-    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "%d", value);
-    vorn::detail::appendNumber(m_values, buffer, written, kSetValueSite);
+    vorn::detail::appendFormatted(m_values, kSetValueSite, "%d", value);
     return *this;
 }
 
 CVORNInserter& CVORNInserter::operator<<(const int& value) {
     beginValue();
-    char buffer[kNumberBufferSize] = {};
-    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "%d", value);
-    vorn::detail::appendNumber(m_values, buffer, written, kSetValueSite);
+    vorn::detail::appendFormatted(m_values, kSetValueSite, "%d", value);
     return *this;
 }
 
 CVORNInserter& CVORNInserter::operator<<(const unsigned short& value) {
     beginValue();
-    char buffer[kNumberBufferSize] = {};
-    const int written =
-        snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "%d", static_cast<int>(value));
-    vorn::detail::appendNumber(m_values, buffer, written, kSetValueSite);
+    vorn::detail::appendFormatted(m_values, kSetValueSite, "%d", static_cast<int>(value));
     return *this;
 }
 
@@ -129,43 +116,32 @@ CVORNInserter& CVORNInserter::operator<<(const unsigned int& value) {
     // Written with the signed format: 2147483648 to 4294967294 come out as
     // their negative 32-bit reading (3000000000 -> -1294967296).
     const auto asSigned = static_cast<int>(static_cast<unsigned int>(wide));
-    char buffer[kNumberBufferSize] = {};
-    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "%d", asSigned);
-    vorn::detail::appendNumber(m_values, buffer, written, kSetValueSite);
+    vorn::detail::appendFormatted(m_values, kSetValueSite, "%d", asSigned);
     return *this;
 }
 
 CVORNInserter& CVORNInserter::operator<<(const unsigned long& value) {
     beginValue();
     const unsigned long clamped = value >= kUnsignedClamp ? 0UL : value;
-    char buffer[kNumberBufferSize] = {};
-    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "%lu", clamped);
-    vorn::detail::appendNumber(m_values, buffer, written, kSetValueSite);
+    vorn::detail::appendFormatted(m_values, kSetValueSite, "%lu", clamped);
     return *this;
 }
 
 CVORNInserter& CVORNInserter::operator<<(const long& value) {
     beginValue();
-    char buffer[kNumberBufferSize] = {};
-    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "%ld", value);
-    vorn::detail::appendNumber(m_values, buffer, written, kSetValueSite);
+    vorn::detail::appendFormatted(m_values, kSetValueSite, "%ld", value);
     return *this;
 }
 
 CVORNInserter& CVORNInserter::operator<<(const float& value) {
     beginValue();
-    char buffer[kNumberBufferSize] = {};
-    const int written =
-        snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "%f", static_cast<double>(value));
-    vorn::detail::appendNumber(m_values, buffer, written, kSetValueSite);
+    vorn::detail::appendFormatted(m_values, kSetValueSite, "%f", static_cast<double>(value));
     return *this;
 }
 
 CVORNInserter& CVORNInserter::operator<<(const double& value) {
     beginValue();
-    char buffer[kNumberBufferSize] = {};
-    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "%f", value);
-    vorn::detail::appendNumber(m_values, buffer, written, kSetValueSite);
+    vorn::detail::appendFormatted(m_values, kSetValueSite, "%f", value);
     return *this;
 }
 

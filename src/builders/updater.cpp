@@ -10,9 +10,6 @@
 #include "vorn/sqlite_util.h"
 
 using vorn::detail::FormatSite;
-using vorn::detail::kNumberBufferSize;
-using vorn::detail::kNumberMaxChars;
-using vorn::platform::snprintf_s;
 
 namespace {
 
@@ -80,49 +77,34 @@ void CVORNUpdater::assign(const char* value) {
 }
 
 void CVORNUpdater::assign(const short& value) {
-    char buffer[kNumberBufferSize] = {};
-    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "=%d", value);
-    vorn::detail::appendNumber(m_setList, buffer, written, kShortSite);
+    vorn::detail::appendFormatted(m_setList, kShortSite, "=%d", value);
 }
 
 void CVORNUpdater::assign(const int& value) {
-    char buffer[kNumberBufferSize] = {};
-    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "=%d", value);
-    vorn::detail::appendNumber(m_setList, buffer, written, kIntSite);
+    vorn::detail::appendFormatted(m_setList, kIntSite, "=%d", value);
 }
 
 void CVORNUpdater::assign(const unsigned int& value) {
     // Unlike the inserter, the unsigned format: 3000000000 stays 3000000000.
     const unsigned long wide = value == kUnsignedClamp ? 0UL : value;
-    char buffer[kNumberBufferSize] = {};
-    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "=%lu", wide);
-    vorn::detail::appendNumber(m_setList, buffer, written, kUnsignedIntSite);
+    vorn::detail::appendFormatted(m_setList, kUnsignedIntSite, "=%lu", wide);
 }
 
 void CVORNUpdater::assign(const unsigned long& value) {
     const unsigned long clamped = value >= kUnsignedClamp ? 0UL : value;
-    char buffer[kNumberBufferSize] = {};
-    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "=%lu", clamped);
-    vorn::detail::appendNumber(m_setList, buffer, written, kUnsignedLongSite);
+    vorn::detail::appendFormatted(m_setList, kUnsignedLongSite, "=%lu", clamped);
 }
 
 void CVORNUpdater::assign(const long& value) {
-    char buffer[kNumberBufferSize] = {};
-    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "=%ld", value);
-    vorn::detail::appendNumber(m_setList, buffer, written, kLongSite);
+    vorn::detail::appendFormatted(m_setList, kLongSite, "=%ld", value);
 }
 
 void CVORNUpdater::assign(const float& value) {
-    char buffer[kNumberBufferSize] = {};
-    const int written =
-        snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "=%f", static_cast<double>(value));
-    vorn::detail::appendNumber(m_setList, buffer, written, kFloatSite);
+    vorn::detail::appendFormatted(m_setList, kFloatSite, "=%f", static_cast<double>(value));
 }
 
 void CVORNUpdater::assign(const double& value) {
-    char buffer[kNumberBufferSize] = {};
-    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "=%f", value);
-    vorn::detail::appendNumber(m_setList, buffer, written, kDoubleSite);
+    vorn::detail::appendFormatted(m_setList, kDoubleSite, "=%f", value);
 }
 
 void CVORNUpdater::assign(const CVORNNull& /*value*/) {

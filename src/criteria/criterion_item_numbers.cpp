@@ -18,58 +18,50 @@ constexpr const char* kUnit = "CVORNCriterionItem";
 }  // namespace
 
 CVORNCriterion CVORNCriterionItem::operator==(const float& value) {
-    char buffer[kNumberBufferSize] = {};
-    const int written =
-        snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "=%f", static_cast<double>(value));
-    appendNumber(m_text, buffer, written,
-                 FormatSite{kUnit, "operator==", __LINE__,
-                            "CVORNCriterionItem::operator==.snprintf_s failed"});
+    vorn::detail::appendFormatted(m_text,
+                                  FormatSite{kUnit, "operator==", __LINE__,
+                                             "CVORNCriterionItem::operator==.snprintf_s failed"},
+                                  "=%f", static_cast<double>(value));
     return wrap();
 }
 
 CVORNCriterion CVORNCriterionItem::operator==(const double& value) {
-    char buffer[kNumberBufferSize] = {};
-    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "=%f", value);
-    appendNumber(m_text, buffer, written,
-                 FormatSite{kUnit, "operator==", __LINE__,
-                            "CVORNCriterionItem::operator==.snprintf_s failed"});
+    vorn::detail::appendFormatted(m_text,
+                                  FormatSite{kUnit, "operator==", __LINE__,
+                                             "CVORNCriterionItem::operator==.snprintf_s failed"},
+                                  "=%f", value);
     return wrap();
 }
 
 CVORNCriterion CVORNCriterionItem::operator!=(const float& value) {
-    char buffer[kNumberBufferSize] = {};
-    const int written =
-        snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "!=%f", static_cast<double>(value));
-    appendNumber(m_text, buffer, written,
-                 FormatSite{kUnit, "operator!=", __LINE__,
-                            "CVORNCriterionItem::operator!=.snprintf_s failed"});
+    vorn::detail::appendFormatted(m_text,
+                                  FormatSite{kUnit, "operator!=", __LINE__,
+                                             "CVORNCriterionItem::operator!=.snprintf_s failed"},
+                                  "!=%f", static_cast<double>(value));
     return wrap();
 }
 
 CVORNCriterion CVORNCriterionItem::operator!=(const double& value) {
-    char buffer[kNumberBufferSize] = {};
-    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "!=%f", value);
-    appendNumber(m_text, buffer, written,
-                 FormatSite{kUnit, "operator!=", __LINE__,
-                            "CVORNCriterionItem::operator!=.snprintf_s failed"});
+    vorn::detail::appendFormatted(m_text,
+                                  FormatSite{kUnit, "operator!=", __LINE__,
+                                             "CVORNCriterionItem::operator!=.snprintf_s failed"},
+                                  "!=%f", value);
     return wrap();
 }
 
 CVORNCriterion CVORNCriterionItem::operator>=(int value) {
-    char buffer[kNumberBufferSize] = {};
-    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, " >= %d", value);
-    appendNumber(m_text, buffer, written,
-                 FormatSite{kUnit, "operator>=", __LINE__,
-                            "CVORNCriterionItem::operator>=.snprintf_s failed"});
+    vorn::detail::appendFormatted(m_text,
+                                  FormatSite{kUnit, "operator>=", __LINE__,
+                                             "CVORNCriterionItem::operator>=.snprintf_s failed"},
+                                  " >= %d", value);
     return wrap();
 }
 
 CVORNCriterion CVORNCriterionItem::operator<=(int value) {
-    char buffer[kNumberBufferSize] = {};
-    const int written = snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, " <= %d", value);
-    appendNumber(m_text, buffer, written,
-                 FormatSite{kUnit, "operator<=", __LINE__,
-                            "CVORNCriterionItem::operator<=.snprintf_s failed"});
+    vorn::detail::appendFormatted(m_text,
+                                  FormatSite{kUnit, "operator<=", __LINE__,
+                                             "CVORNCriterionItem::operator<=.snprintf_s failed"},
+                                  " <= %d", value);
     return wrap();
 }
 

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "vorn/platform/safe_c.h"
+
 // Printing of numbers into SQL text, shared by the conditions and the builders.
 //
 // Every number is printed with snprintf_s into a zero-filled buffer of
@@ -34,5 +36,15 @@ void logFormatFailure(const FormatSite& site);
 // on success exactly that many characters are appended; on -1 the failure is
 // logged and the buffer is appended up to its first zero byte.
 void appendNumber(std::string& out, const char* buffer, int written, const FormatSite& site);
+
+// Prints one value with a printf format into a zero-filled buffer and appends
+// the text to out, reporting a failure from site (see appendNumber).
+template <class T>
+void appendFormatted(std::string& out, const FormatSite& site, const char* format, T value) {
+    char buffer[kNumberBufferSize] = {};
+    const int written =
+        platform::snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, format, value);
+    appendNumber(out, buffer, written, site);
+}
 
 }  // namespace vorn::detail

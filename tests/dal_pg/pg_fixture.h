@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <charconv>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <string>
@@ -156,8 +156,9 @@ class PgTest : public ::testing::Test {
         if (name.size() > 40) {
             name.resize(40);
         }
-        char hash[17];
-        std::snprintf(hash, sizeof hash, "%08zx", std::hash<std::string>{}(test)&0xFFFFFFFFU);
+        char hash[17] = {};
+        const std::size_t value = std::hash<std::string>{}(test)&0xFFFFFFFFU;
+        std::to_chars(hash, hash + sizeof hash - 1, value, 16);
         return name + "_" + hash;
     }
 };

@@ -69,8 +69,10 @@ TEST_F(PgRoundTrip, DoublesAndFloatsReadBackExactly) {
                             -2.5e-40F, 1e30F,    123456.789F, -0.0F};
     for (std::size_t i = 0; i < std::size(doubles); ++i) {
         char sql[200];
-        std::snprintf(sql, sizeof sql, "insert into %s values (%zu, '%.17g', '%.9g')", t.c_str(), i,
-                      doubles[i], static_cast<double>(floats[i]));
+        const int written =
+            std::snprintf(sql, sizeof sql, "insert into %s values (%zu, '%.17g', '%.9g')",
+                          t.c_str(), i, doubles[i], static_cast<double>(floats[i]));
+        ASSERT_GT(written, 0);
         ASSERT_TRUE(run(m_session, sql).ok()) << sql;
     }
     const Rows rows = all(t);
