@@ -18,7 +18,7 @@
 // understand the words TRUE/true/FALSE/false. A reader used for a second query
 // must be cleared first.
 class VORN_API CVORNReader {
-public:
+  public:
     CVORNReader() = default;
     virtual ~CVORNReader();
     CVORNReader(const CVORNReader&) = delete;
@@ -48,8 +48,11 @@ public:
     // The next extraction marks marker when its field is empty.
     CVORNReader& operator>>(CVORNNull& marker);
 
-private:
+  private:
     bool markNullIf(bool empty);
+    // Reads one field into value with convert, or marks it empty.
+    template <class T, class Convert>
+    CVORNReader& extract(T& value, Convert convert);
 
     vorn::platform::DataSession* m_session = nullptr;
     vorn::platform::Row m_row;

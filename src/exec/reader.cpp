@@ -56,10 +56,9 @@ bool CVORNReader::hasNextElement() {
         return false;
     }
     vorn::platform::ExecResult status;  // the fetch's own status is not reported
-    const TypedRef target{
-        vorn::platform::TypeDescriptor{vorn::platform::typecode::kRowTarget,
-                                       vorn::platform::kFlagReference, nullptr},
-        &m_row};
+    const TypedRef target{vorn::platform::TypeDescriptor{vorn::platform::typecode::kRowTarget,
+                                                         vorn::platform::kFlagReference, nullptr},
+                          &m_row};
     const bool fetched = m_session->fetchRow(status, target, 100);
     if (fetched) {
         m_fieldIndex = 0;
@@ -95,76 +94,55 @@ bool CVORNReader::markNullIf(bool empty) {
     return empty;
 }
 
-CVORNReader& CVORNReader::operator>>(char& value) {
+template <class T, class Convert>
+CVORNReader& CVORNReader::extract(T& value, Convert convert) {
     const std::string text = getNextField();
+    // An empty field leaves the target as it was and marks a pending CVORNNull.
     if (!markNullIf(text.empty())) {
-        value = text.front();
+        value = convert(text);
     }
     return *this;
+}
+
+CVORNReader& CVORNReader::operator>>(char& value) {
+    return extract(value, [](const std::string& text) { return text.front(); });
 }
 
 CVORNReader& CVORNReader::operator>>(short& value) {
-    const std::string text = getNextField();
-    if (!markNullIf(text.empty())) {
-        value = streamExtract<short>(text);
-    }
-    return *this;
+    return extract(value, streamExtract<short>);
 }
 
 CVORNReader& CVORNReader::operator>>(unsigned short& value) {
-    const std::string text = getNextField();
-    if (!markNullIf(text.empty())) {
-        value = streamExtract<unsigned short>(text);
-    }
-    return *this;
+    return extract(value, streamExtract<unsigned short>);
 }
 
 CVORNReader& CVORNReader::operator>>(int& value) {
-    const std::string text = getNextField();
-    if (!markNullIf(text.empty())) {
-        value = extractIntegerOrBoolean<int>(text);
-    }
-    return *this;
+    return extract(value, extractIntegerOrBoolean<int>);
 }
 
 CVORNReader& CVORNReader::operator>>(unsigned int& value) {
-    const std::string text = getNextField();
-    if (!markNullIf(text.empty())) {
-        value = extractIntegerOrBoolean<unsigned int>(text);
-    }
-    return *this;
+    return extract(value, extractIntegerOrBoolean<unsigned int>);
 }
 
 CVORNReader& CVORNReader::operator>>(long& value) {
-    const std::string text = getNextField();
-    if (!markNullIf(text.empty())) {
-        value = std::strtol(text.c_str(), nullptr, 10);
-    }
-    return *this;
+    return extract(value,
+                   [](const std::string& text) { return std::strtol(text.c_str(), nullptr, 10); });
 }
 
 CVORNReader& CVORNReader::operator>>(unsigned long& value) {
-    const std::string text = getNextField();
-    if (!markNullIf(text.empty())) {
-        value = std::strtoul(text.c_str(), nullptr, 10);
-    }
-    return *this;
+    return extract(value,
+                   [](const std::string& text) { return std::strtoul(text.c_str(), nullptr, 10); });
 }
 
 CVORNReader& CVORNReader::operator>>(float& value) {
-    const std::string text = getNextField();
-    if (!markNullIf(text.empty())) {
-        value = static_cast<float>(std::strtod(text.c_str(), nullptr));
-    }
-    return *this;
+    return extract(value, [](const std::string& text) {
+        return static_cast<float>(std::strtod(text.c_str(), nullptr));
+    });
 }
 
 CVORNReader& CVORNReader::operator>>(double& value) {
-    const std::string text = getNextField();
-    if (!markNullIf(text.empty())) {
-        value = std::strtod(text.c_str(), nullptr);
-    }
-    return *this;
+    return extract(value,
+                   [](const std::string& text) { return std::strtod(text.c_str(), nullptr); });
 }
 
 CVORNReader& CVORNReader::operator>>(std::string& value) {
