@@ -1,6 +1,7 @@
 // Values written with SQL and read back as text.
 #include <cfloat>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <limits>
 

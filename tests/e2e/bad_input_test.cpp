@@ -28,7 +28,7 @@ struct BadInput {
 };
 
 class BadInputTest : public StoreTest, public ::testing::WithParamInterface<BadInput> {
-public:
+  public:
     const ScratchDir& dir() const { return m_dir; }
     // A URL for the default session's schema with extra server options.
     std::string defaultSchemaUrl(const std::string& extraOptions = "") const {
@@ -36,7 +36,7 @@ public:
         return extraOptions.empty() ? url : url + "%20" + extraOptions;
     }
 
-protected:
+  protected:
     void SetUp() override {
         StoreTest::SetUp();
         if (IsSkipped()) {

@@ -47,7 +47,7 @@ struct Snapshot {
 };
 
 class BatchExecTest : public StoreTest {
-protected:
+  protected:
     unsigned long execute(const BatchInserter& batch) {
         CVORN* db = nullptr;
         GuardDB guard("TaskDB", db, false);
@@ -59,8 +59,10 @@ protected:
 };
 
 TEST_F(BatchExecTest, EveryColumnTypeRoundTripsExactly) {
-    ASSERT_EQ(runWrite("create table t(n integer, s text, i bigint, u bigint, f real, d double precision)"),
-              0u);
+    ASSERT_EQ(
+        runWrite(
+            "create table t(n integer, s text, i bigint, u bigint, f real, d double precision)"),
+        0u);
     using I = std::numeric_limits<std::int64_t>;
     using U = std::numeric_limits<std::uint64_t>;
     using F = std::numeric_limits<float>;
@@ -68,10 +70,10 @@ TEST_F(BatchExecTest, EveryColumnTypeRoundTripsExactly) {
     // SQLite keeps any NUL-free bytes; PostgreSQL's text must be valid UTF-8.
     const std::string binary = onPostgres() ? "\xC3\xA9\xE2\x82\xAC\x01" : "\xC3\xA9\xFF\x01";
     const std::vector<std::string> texts{"it's",    "x'); DROP TABLE t; --", binary,
-                                         "{s} {i}", "line\nbreak",          "a\"b\\{}, NULL"};
+                                         "{s} {i}", "line\nbreak",           "a\"b\\{}, NULL"};
     const std::vector<long> signedValues{I::min(), I::max(), -1, 0, 1, 42};
-    const std::vector<unsigned long> unsignedValues{0, U::max(), 9223372036854775808UL,
-                                                    9223372036854775807UL, 1, 42};
+    const std::vector<unsigned long> unsignedValues{
+        0, U::max(), 9223372036854775808UL, 9223372036854775807UL, 1, 42};
     const std::vector<float> floats{0.1f, -F::max(), F::denorm_min(), 2.5f, F::min(), -0.0f};
     const std::vector<double> doubles{0.1, 1e300, -D::min(), 1.0 / 3.0, D::max(), D::denorm_min()};
 
@@ -87,12 +89,9 @@ TEST_F(BatchExecTest, EveryColumnTypeRoundTripsExactly) {
     }
     ASSERT_EQ(execute(batch), 0u);
 
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
-    CVORNsqlstr query;
-    query.assign("select s, i, u, f, d from t order by n");
-    CVORNReader reader;
-    ASSERT_EQ(db->execReadSQL(query, reader), 0u);
+    OpenQuery query("select s, i, u, f, d from t order by n");
+    ASSERT_EQ(query.code, 0u);
+    CVORNReader& reader = query.reader;
     for (std::size_t row = 0; row < texts.size(); ++row) {
         SCOPED_TRACE(row);
         ASSERT_TRUE(reader.hasNextElement());
@@ -207,8 +206,9 @@ TEST_F(BatchExecTest, ManyRowsRunAsOneStatement) {
         batch["value"] << i * 0.5;
     }
     ASSERT_EQ(execute(batch), 0u);
-    EXPECT_EQ(runQuery("select count(*), sum(id), max(name), cast(sum(value) * 2 as integer) from t", 4),
-              (Rows{{"5000", "12497500", "row 999", "12497500"}}));
+    EXPECT_EQ(
+        runQuery("select count(*), sum(id), max(name), cast(sum(value) * 2 as integer) from t", 4),
+        (Rows{{"5000", "12497500", "row 999", "12497500"}}));
 }
 
 }  // namespace

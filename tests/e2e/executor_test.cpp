@@ -79,7 +79,7 @@ TEST_P(WriteFailureTest, ReturnsTheStoreCodeAndLogsItsDetailAtInformationLevel) 
     EXPECT_EQ(infos[0].function, "execWriteSQL");
     EXPECT_EQ(infos[0].line, 86);
     EXPECT_EQ(infos[0].text, std::string("[VORNLib]") + (onPostgres() ? GetParam().postgresDetail
-                                                                     : GetParam().sqliteDetail));
+                                                                      : GetParam().sqliteDetail));
     EXPECT_TRUE(log.at(LogLevel::Error).empty());
     EXPECT_EQ(runQuery("select id, name from kept", 2), (Rows{{"1", "one"}}));
 }
@@ -89,8 +89,8 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         StoreFailure{"Syntax", "insert into kept valeus(2)", 1, "near \"valeus\": syntax error",
                      "42601", "syntax error at or near \"valeus\""},
-        StoreFailure{"MissingTable", "insert into nowhere values(2)", 1,
-                     "no such table: nowhere", "42P01", "relation \"nowhere\" does not exist"},
+        StoreFailure{"MissingTable", "insert into nowhere values(2)", 1, "no such table: nowhere",
+                     "42P01", "relation \"nowhere\" does not exist"},
         StoreFailure{"PrimaryKey", "insert into kept values(1, 'x')", 1555,
                      "UNIQUE constraint failed: kept.id", "23505",
                      "duplicate key value violates unique constraint \"kept_pkey\""},
@@ -165,22 +165,21 @@ TEST_P(SessionNameTest, ChoosesTheStoreByFlagAndProcessIdentity) {
     ASSERT_EQ(db->execWriteSQL(create), 0u);
 
     for (const char* session : {"default", "NeBackupDB", "NeUpgradeDB"}) {
-        EXPECT_EQ(storeUsed(session),
-                  std::string(session) == GetParam().session)
-            << session;
+        EXPECT_EQ(storeUsed(session), std::string(session) == GetParam().session) << session;
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Rule, SessionNameTest,
-    ::testing::Values(SessionCase{false, 4073, "default"}, SessionCase{false, 4222, "default"},
-                      SessionCase{false, 1234, "default"}, SessionCase{true, 4073, "NeBackupDB"},
-                      SessionCase{true, 4222, "NeBackupDB"},
-                      SessionCase{true, 4073 + 65536, "NeBackupDB"},
-                      SessionCase{true, 4222 + 3 * 65536, "NeBackupDB"},
-                      SessionCase{true, 4074, "NeUpgradeDB"},
-                      SessionCase{true, 65536, "NeUpgradeDB"},
-                      SessionCase{true, 1234, "NeUpgradeDB"}));
+INSTANTIATE_TEST_SUITE_P(Rule, SessionNameTest,
+                         ::testing::Values(SessionCase{false, 4073, "default"},
+                                           SessionCase{false, 4222, "default"},
+                                           SessionCase{false, 1234, "default"},
+                                           SessionCase{true, 4073, "NeBackupDB"},
+                                           SessionCase{true, 4222, "NeBackupDB"},
+                                           SessionCase{true, 4073 + 65536, "NeBackupDB"},
+                                           SessionCase{true, 4222 + 3 * 65536, "NeBackupDB"},
+                                           SessionCase{true, 4074, "NeUpgradeDB"},
+                                           SessionCase{true, 65536, "NeUpgradeDB"},
+                                           SessionCase{true, 1234, "NeUpgradeDB"}));
 
 TEST_F(ExecutorTest, GuardIgnoresItsNameAndHandsOutTheObjectItOwns) {
     CVORN* db = nullptr;

@@ -13,7 +13,7 @@ namespace vorn::test {
 namespace {
 
 class ReaderTest : public StoreTest {
-protected:
+  protected:
     // Stores one SQL literal in an untyped column and reads it back into a T
     // that starts as `initial`, with a fresh CVORNNull before the field.
     template <class T>
@@ -25,15 +25,11 @@ protected:
                   0u);
         EXPECT_EQ(runWrite("delete from v"), 0u);
         EXPECT_EQ(runWrite("insert into v values(" + literal + ")"), 0u);
-        CVORN* db = nullptr;
-        GuardDB guard("TaskDB", db, false);
-        CVORNsqlstr query;
-        query.assign("select x from v");
-        CVORNReader reader;
-        EXPECT_EQ(db->execReadSQL(query, reader), 0u);
+        OpenQuery query("select x from v");
+        EXPECT_EQ(query.code, 0u);
         CVORNNull null;
         T value = initial;
-        reader >> null >> value;
+        query.reader >> null >> value;
         return {value, static_cast<bool>(null)};
     }
 };
@@ -47,8 +43,8 @@ TEST_F(ReaderTest, IntegersKnowTheBooleanWordsButOtherWidthsDoNot) {
         short asShort;
     };
     const Case cases[] = {
-        {"'true'", 1, 1, 0, 0},  {"'TRUE'", 1, 1, 0, 0},  {"'false'", 0, 0, 0, 0},
-        {"'FALSE'", 0, 0, 0, 0}, {"'True'", 0, 0, 0, 0},  {"42", 42, 42, 42, 42},
+        {"'true'", 1, 1, 0, 0},  {"'TRUE'", 1, 1, 0, 0}, {"'false'", 0, 0, 0, 0},
+        {"'FALSE'", 0, 0, 0, 0}, {"'True'", 0, 0, 0, 0}, {"42", 42, 42, 42, 42},
         {"' 7'", 7, 7, 7, 7},
     };
     for (const auto& c : cases) {
@@ -96,8 +92,12 @@ TEST_F(ReaderTest, TextOfOneBlankReadsAsEmptyAndNull) {
         bool null;
     };
     const Case cases[] = {
-        {"' '", "", true},          {"'  '", "  ", false},     {"NULL", "", true},
-        {"''", "", true},           {"'it''s'", "it's", false}, {"'a b'", "a b", false},
+        {"' '", "", true},
+        {"'  '", "  ", false},
+        {"NULL", "", true},
+        {"''", "", true},
+        {"'it''s'", "it's", false},
+        {"'a b'", "a b", false},
         {"'\xC3\xA9\xE2\x82\xAC'", "\xC3\xA9\xE2\x82\xAC", false},
     };
     for (const auto& c : cases) {
@@ -109,12 +109,9 @@ TEST_F(ReaderTest, TextOfOneBlankReadsAsEmptyAndNull) {
 TEST_F(ReaderTest, MissingFieldsReadAsEmptyAndAMarkerWatchesOneFieldOnly) {
     ASSERT_EQ(runWrite("create table t(a integer, b text, c double precision)"), 0u);
     ASSERT_EQ(runWrite("insert into t values(1, 'two', 3.5)"), 0u);
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
-    CVORNsqlstr query;
-    query.assign("select a, b, c from t");
-    CVORNReader reader;
-    ASSERT_EQ(db->execReadSQL(query, reader), 0u);
+    OpenQuery query("select a, b, c from t");
+    ASSERT_EQ(query.code, 0u);
+    CVORNReader& reader = query.reader;
 
     long a = 0;
     std::string b;
@@ -138,12 +135,9 @@ TEST_F(ReaderTest, MissingFieldsReadAsEmptyAndAMarkerWatchesOneFieldOnly) {
 TEST_F(ReaderTest, EveryFetchedRowStartsAtItsFirstField) {
     ASSERT_EQ(runWrite("create table t(a integer, b text)"), 0u);
     ASSERT_EQ(runWrite("insert into t values(1, 'x'), (2, 'y'), (3, 'z')"), 0u);
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
-    CVORNsqlstr query;
-    query.assign("select a, b from t order by a");
-    CVORNReader reader;
-    ASSERT_EQ(db->execReadSQL(query, reader), 0u);
+    OpenQuery query("select a, b from t order by a");
+    ASSERT_EQ(query.code, 0u);
+    CVORNReader& reader = query.reader;
 
     std::vector<long> firsts;
     while (reader()) {
@@ -191,12 +185,9 @@ TEST_F(ReaderTest, AnOpenResultDoesNotBlockWritesOnTheSameSession) {
     ASSERT_EQ(runWrite("create table src(a integer)"), 0u);
     ASSERT_EQ(runWrite("create table dst(a integer)"), 0u);
     ASSERT_EQ(runWrite("insert into src values(1), (2), (3)"), 0u);
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
-    CVORNsqlstr query;
-    query.assign("select a from src order by a");
-    CVORNReader reader;
-    ASSERT_EQ(db->execReadSQL(query, reader), 0u);
+    OpenQuery query("select a from src order by a");
+    ASSERT_EQ(query.code, 0u);
+    CVORNReader& reader = query.reader;
 
     long copied = 0;
     while (reader.hasNextElement()) {
@@ -204,7 +195,7 @@ TEST_F(ReaderTest, AnOpenResultDoesNotBlockWritesOnTheSameSession) {
         reader >> a;
         CVORNsqlstr insert;
         insert.assign("insert into dst values(" + std::to_string(a) + ")");
-        ASSERT_EQ(db->execWriteSQL(insert), 0u);
+        ASSERT_EQ(query.db->execWriteSQL(insert), 0u);
         ++copied;
     }
     EXPECT_EQ(copied, 3);

@@ -26,6 +26,21 @@ inline unsigned long runWrite(const std::string& sql, bool useProcessSessionName
     return db->execWriteSQL(statement);
 }
 
+// A raw query run through its own guard, with the reader left open for the
+// test to pull rows from.
+struct OpenQuery {
+    explicit OpenQuery(const std::string& sql) : guard("TaskDB", db, false) {
+        statement.assign(sql);
+        code = db->execReadSQL(statement, reader);
+    }
+
+    CVORN* db = nullptr;
+    GuardDB guard;
+    CVORNsqlstr statement;
+    CVORNReader reader;
+    unsigned long code = 0;
+};
+
 // Reads every row of a raw query as text fields.
 inline Rows runQuery(const std::string& sql, std::size_t columns,
                      bool useProcessSessionName = false) {
@@ -53,7 +68,7 @@ inline Rows runQuery(const std::string& sql, std::size_t columns,
 // directory ("<dir>/<session name>.db"); on PostgreSQL each session name is
 // bound to a schema of its own, dropped after the test.
 class StoreTest : public ::testing::Test {
-protected:
+  protected:
     static constexpr const char* kSessions[] = {"default", "NeBackupDB", "NeUpgradeDB"};
 
     void SetUp() override {
@@ -96,10 +111,10 @@ protected:
         if (found == m_schemas.end()) {
             return false;
         }
-        const Rows tables = runQuery(
-            "select count(*) from information_schema.tables where table_schema = '" +
-                found->second + "'",
-            1);
+        const Rows tables =
+            runQuery("select count(*) from information_schema.tables where table_schema = '" +
+                         found->second + "'",
+                     1);
         return !tables.empty() && tables[0][0] != "0";
     }
 

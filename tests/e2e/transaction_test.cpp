@@ -14,7 +14,7 @@ namespace vorn::test {
 namespace {
 
 class TransactionTest : public StoreTest {
-protected:
+  protected:
     void SetUp() override {
         StoreTest::SetUp();
         ASSERT_EQ(runWrite("create table t(id integer primary key, who text)"), 0u);

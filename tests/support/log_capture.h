@@ -11,7 +11,7 @@ namespace vorn::test {
 // Captures every log record for the lifetime of the object, at every level,
 // then restores stderr output and the Info threshold.
 class LogCapture {
-public:
+  public:
     LogCapture() {
         platform::Logger::setLevel(platform::LogLevel::Trace);
         platform::Logger::setSink([this](const platform::LogRecord& record) {
@@ -45,7 +45,7 @@ public:
         m_records.clear();
     }
 
-private:
+  private:
     mutable std::mutex m_mutex;
     std::vector<platform::LogRecord> m_records;
 };

@@ -9,9 +9,10 @@ namespace vorn::test {
 // A fresh directory under the system's temporary directory, removed with its
 // contents when the object goes out of scope.
 class ScratchDir {
-public:
+  public:
     ScratchDir() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "vorn-test-XXXXXX").string();
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "vorn-test-XXXXXX").string();
         if (::mkdtemp(pattern.data()) == nullptr) {
             std::abort();
         }
@@ -27,7 +28,7 @@ public:
     const std::filesystem::path& path() const { return m_path; }
     std::string file(const std::string& name) const { return (m_path / name).string(); }
 
-private:
+  private:
     std::filesystem::path m_path;
 };
 

@@ -18,7 +18,7 @@ enum class Backend { Sqlite, Postgres };
 inline Backend backendUnderTest() {
     const char* name = std::getenv("VORN_TEST_BACKEND");
     return name != nullptr && std::string(name) == "postgresql" ? Backend::Postgres
-                                                                  : Backend::Sqlite;
+                                                                : Backend::Sqlite;
 }
 
 inline bool onPostgres() {
