@@ -27,7 +27,7 @@ void rawExec(const std::string& sql) {
     PGresult* result = PQexec(g_raw, sql.c_str());
     const ExecStatusType status = PQresultStatus(result);
     if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK) {
-        std::fprintf(stderr, "%s: %s", sql.c_str(), PQerrorMessage(g_raw));
+        (void)std::fprintf(stderr, "%s: %s", sql.c_str(), PQerrorMessage(g_raw));
         std::exit(1);
     }
     PQclear(result);
@@ -68,7 +68,7 @@ void BM_PgBatch100k_Vorn(benchmark::State& state) {
     }
     CVORN* db = nullptr;
     GuardDB guard("TaskDB", db, false);
-    for (auto _ : state) {
+    for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         emptyTable(state, "bench_pg_batch_vorn");
         if (db->ExecBatchInserter(batch) != 0) {
             state.SkipWithError("batch failed");
@@ -84,7 +84,7 @@ void BM_PgBatch100k_Copy(benchmark::State& state) {
     std::string buffer;
     buffer.reserve(1 << 16);
     char number[32];
-    for (auto _ : state) {
+    for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         emptyTable(state, "bench_pg_batch_copy");
         PGresult* started = PQexec(g_raw, "copy bench_pg_batch_copy (id, name, value) from stdin");
         if (PQresultStatus(started) != PGRES_COPY_IN) {
@@ -128,7 +128,7 @@ void BM_PgRead100k_Vorn(benchmark::State& state) {
     GuardDB guard("TaskDB", db, false);
     CVORNsqlstr query;
     query.assign(kSelect);
-    for (auto _ : state) {
+    for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         CVORNReader reader;
         if (db->execReadSQL(query, reader) != 0) {
             state.SkipWithError("read failed");
@@ -154,7 +154,7 @@ void BM_PgRead100k_Vorn(benchmark::State& state) {
 }
 
 void BM_PgRead100k_Libpq(benchmark::State& state) {
-    for (auto _ : state) {
+    for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         PGresult* result = PQexec(g_raw, kSelect);
         if (PQresultStatus(result) != PGRES_TUPLES_OK) {
             state.SkipWithError("read failed");
@@ -189,18 +189,18 @@ BENCHMARK(BM_PgRead100k_Libpq)->Unit(benchmark::kMillisecond);
 int main(int argc, char** argv) {
     const char* url = std::getenv("VORN_TEST_PG_URL");
     if (url == nullptr || *url == '\0') {
-        std::printf(
+        (void)std::printf(
             "bench_pg: VORN_TEST_PG_URL is not set, nothing to measure "
             "(start a server with scripts/pg-server start <dir>)\n");
         return 0;
     }
     g_raw = PQconnectdb(url);
     if (PQstatus(g_raw) != CONNECTION_OK) {
-        std::fprintf(stderr, "bench_pg: cannot connect: %s", PQerrorMessage(g_raw));
+        (void)std::fprintf(stderr, "bench_pg: cannot connect: %s", PQerrorMessage(g_raw));
         return 1;
     }
     if (vorn::bindDataSource("default", url) != 0) {
-        std::fprintf(stderr, "bench_pg: cannot bind the default session\n");
+        (void)std::fprintf(stderr, "bench_pg: cannot bind the default session\n");
         return 1;
     }
     for (const char* table : {"bench_pg_batch_vorn", "bench_pg_batch_copy", "bench_pg_read"}) {
