@@ -56,8 +56,9 @@ int main(int argc, char** argv) {
     std::printf("rows                               %ld (code %lu)\n", rows, code);
     std::printf("caller's batch                     %8.1f MiB  (%.0f bytes/row)\n",
                 columns / 1048576, columns / rows);
-    std::printf("extra peak during ExecBatchInserter %7.1f MiB  (%.0f bytes/row, %.2f x the "
-                "caller's batch)\n",
-                call / 1048576, call / rows, call / columns);
+    std::printf(
+        "extra peak during ExecBatchInserter %7.1f MiB  (%.0f bytes/row, %.2f x the "
+        "caller's batch)\n",
+        call / 1048576, call / rows, call / columns);
     return code == 0 ? 0 : 1;
 }

@@ -73,8 +73,7 @@ void BM_Batch100k_RawSqlite(benchmark::State& state) {
         for (int i = 0; i < kRows; ++i) {
             sqlite3_bind_int64(insert, 1, rows().ids[i]);
             const std::string& name = rows().names[i];
-            sqlite3_bind_text(insert, 2, name.data(), static_cast<int>(name.size()),
-                              SQLITE_STATIC);
+            sqlite3_bind_text(insert, 2, name.data(), static_cast<int>(name.size()), SQLITE_STATIC);
             sqlite3_bind_double(insert, 3, rows().values[i]);
             if (sqlite3_step(insert) != SQLITE_DONE) {
                 state.SkipWithError("insert failed");
@@ -99,8 +98,7 @@ int main(int argc, char** argv) {
     store.execute("create table b_vorn(id integer, name text, value real)");
     store.execute("create table b_raw(id integer, name text, value real)");
     rows();
-    return vorn::bench::runWithRatios(
-        argc, argv,
-        {{"batch of 100,000 rows (int64, text, double)", "BM_Batch100k_Vorn",
-          "BM_Batch100k_RawSqlite"}});
+    return vorn::bench::runWithRatios(argc, argv,
+                                      {{"batch of 100,000 rows (int64, text, double)",
+                                        "BM_Batch100k_Vorn", "BM_Batch100k_RawSqlite"}});
 }

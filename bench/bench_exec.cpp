@@ -135,11 +135,10 @@ int main(int argc, char** argv) {
     store.execute("create table r(id integer, name text, value real)");
     store.fill("insert into r values(?1, 'device-' || ?1, ?1 * 0.25)", kReadRows);
 
-    return vorn::bench::runWithRatios(
-        argc, argv,
-        {{"write, autocommit", "BM_Write_Vorn", "BM_Write_RawSqlite"},
-         {"write, inside a transaction", "BM_WriteInTransaction_Vorn",
-          "BM_WriteInTransaction_RawSqlite"},
-         {"read 100,000 rows (long, string, double)", "BM_Read100k_Vorn",
-          "BM_Read100k_RawSqlite"}});
+    return vorn::bench::runWithRatios(argc, argv,
+                                      {{"write, autocommit", "BM_Write_Vorn", "BM_Write_RawSqlite"},
+                                       {"write, inside a transaction", "BM_WriteInTransaction_Vorn",
+                                        "BM_WriteInTransaction_RawSqlite"},
+                                       {"read 100,000 rows (long, string, double)",
+                                        "BM_Read100k_Vorn", "BM_Read100k_RawSqlite"}});
 }

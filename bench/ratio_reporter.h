@@ -14,7 +14,7 @@ namespace vorn::bench {
 // time against the baseline's, measured in the same run. Ratios travel between
 // machines; absolute times on shared machines do not.
 class RatioReporter : public ::benchmark::ConsoleReporter {
-public:
+  public:
     struct Pair {
         std::string label;
         std::string library;
@@ -47,8 +47,7 @@ public:
         for (const auto& pair : m_pairs) {
             const auto library = m_times.find(pair.library);
             const auto baseline = m_times.find(pair.baseline);
-            if (library == m_times.end() || baseline == m_times.end() ||
-                baseline->second <= 0) {
+            if (library == m_times.end() || baseline == m_times.end() || baseline->second <= 0) {
                 continue;
             }
             const double ratio = library->second / baseline->second;
@@ -57,7 +56,7 @@ public:
         }
     }
 
-private:
+  private:
     std::vector<Pair> m_pairs;
     std::map<std::string, double> m_times;
     std::map<std::string, bool> m_fromMedian;

@@ -15,7 +15,7 @@ namespace vorn::bench {
 // serialising mutex, WAL, SQLite's default synchronisation, a busy timeout),
 // for the baselines.
 class Store {
-public:
+  public:
     Store() {
         std::string pattern =
             (std::filesystem::temp_directory_path() / "vorn-bench-XXXXXX").string();
@@ -66,7 +66,7 @@ public:
         execute("commit");
     }
 
-private:
+  private:
     std::filesystem::path m_dir;
     sqlite3* m_raw = nullptr;
 };

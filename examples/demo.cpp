@@ -216,6 +216,6 @@ int main() {
     batchInsert(db);
 
     std::printf("\n%s\n", g_failures == 0 ? "Done: every step succeeded."
-                                           : "Done, with failures (see above).");
+                                          : "Done, with failures (see above).");
     return g_failures == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -41,7 +41,7 @@ struct VORN_API BaseTypeVector {
 // may be mixed; so may the unsigned types. A value of another type than its
 // column's first value is dropped and logged with its type code.
 class VORN_API BatchInserter : public CVORNBase {
-public:
+  public:
     BatchInserter() = default;
     ~BatchInserter() override;
 
@@ -69,7 +69,7 @@ public:
     // Replaces out with a copy of the collected columns.
     void GetParam(std::map<std::string, BaseTypeVector>& out) const;
 
-private:
+  private:
     template <class T>
     BatchInserter& append(BaseTypeVector::Type type, std::vector<T> BaseTypeVector::*column,
                           T value, int logLine);

@@ -13,7 +13,7 @@ class BatchInserter;
 // columns), anything else the data-access layer's code (see
 // vorn/platform/error_codes.h).
 class VORN_API CVORN {
-public:
+  public:
     virtual unsigned long beginTransaction() = 0;
     virtual unsigned long commitTransaction() = 0;
     virtual unsigned long rollbackTransaction() = 0;
@@ -30,7 +30,7 @@ public:
 // before returning (a read's session stays with the reader); transactions span
 // calls through the layer's per-name, per-thread bookkeeping.
 class VORN_API MIRAsqlDB : public CVORN {
-public:
+  public:
     explicit MIRAsqlDB(bool useProcessSessionName);
     ~MIRAsqlDB() override;
 
@@ -44,7 +44,7 @@ public:
     // The session name the next call will use.
     const char* sessionName() const;
 
-private:
+  private:
     bool m_useProcessSessionName;
 };
 
@@ -53,12 +53,12 @@ private:
 // intent only; the session is chosen by useProcessSessionName. db must not be
 // used after the guard is gone.
 class VORN_API GuardDB {
-public:
+  public:
     GuardDB(const std::string& name, CVORN*& db, bool useProcessSessionName);
     ~GuardDB();
     GuardDB(const GuardDB&) = delete;
     GuardDB& operator=(const GuardDB&) = delete;
 
-private:
+  private:
     CVORN* m_db;
 };

@@ -28,7 +28,34 @@
 //         busy_timeout=<ms>  how long a writer waits for another (default 5000)
 //         journal_mode=wal|delete|truncate|persist|memory|off   (default wal)
 //         synchronous=off|normal|full|extra   (default: SQLite's own, full)
-//   Further schemes (postgresql://, postgres://) come with their backends.
+//   postgresql://[user[:password]@][host][:port][/database][?option=value&...]
+//   postgres://...  (the same)
+//       A PostgreSQL server (when the library is built with libpq). The URL
+//       goes to libpq as it stands, so every libpq parameter works in the
+//       query part: sslmode, connect_timeout (default here 10 s unless the
+//       URL or $PGCONNECT_TIMEOUT says otherwise), application_name, and
+//       options for server settings, e.g. a statement time-out of 5 s:
+//         ?options=-c%20statement_timeout%3D5000
+//       TCP keepalives (idle 30 s, interval 10 s, 3 probes) and
+//       tcp_user_timeout=60000 are on unless the URL sets them, so a dead
+//       server or network ends a call with an error instead of a hang.
+//       $PGPASSWORD, ~/.pgpass and the other PG* variables apply as in libpq.
+//       The library's own options, taken out before libpq sees the URL:
+//         vorn_statement_rollback=on|off   on (default): inside a transaction
+//                      a failing statement undoes only itself, as on SQLite;
+//                      off: PostgreSQL's rule, the whole transaction fails
+//                      (and committing it returns SQLSTATE 25P02's code)
+//         vorn_fetch_rows=<n>   most rows a read fetches per round trip
+//                      (default 10000; reads stream in chunks either way)
+//       Errors: the code carries the SQLSTATE (pgCodeFromSqlstate, e.g.
+//       23505 unique violation, 42P01 undefined table, 42601 syntax error)
+//       and the detail is the server's message; a second statement in one
+//       text gives errc::kMultipleStatements; no connection gives 08001's
+//       code, a connection lost during a call 08006's (or the server's, e.g.
+//       57P01 on shutdown), and the next call reconnects. Text form of the
+//       values read: booleans "true" / "false", NULL "", numbers exact. In
+//       batches, unsigned 64-bit values above INT64_MAX are stored as the
+//       bigint of the same bits (negative), as on SQLite.
 //   Schemes are matched without regard to case.
 //
 // Problems: a $VORN_DATASOURCES value that does not parse, or that holds a

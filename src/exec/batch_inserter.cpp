@@ -47,8 +47,7 @@ void BatchInserter::GetParam(std::map<std::string, BaseTypeVector>& out) const {
 
 template <class T>
 BatchInserter& BatchInserter::append(BaseTypeVector::Type type,
-                                     std::vector<T> BaseTypeVector::*column, T value,
-                                     int logLine) {
+                                     std::vector<T> BaseTypeVector::*column, T value, int logLine) {
     const auto found = m_paramMap.find(m_curColumn);
     if (found == m_paramMap.end()) {
         BaseTypeVector fresh;
@@ -89,8 +88,8 @@ BatchInserter& BatchInserter::operator<<(const short& value) {
 }
 
 BatchInserter& BatchInserter::operator<<(const unsigned short& value) {
-    return append<std::uint64_t>(BaseTypeVector::TYPE_UNSIGNED, &BaseTypeVector::m_ulongVec,
-                                 value, 94);
+    return append<std::uint64_t>(BaseTypeVector::TYPE_UNSIGNED, &BaseTypeVector::m_ulongVec, value,
+                                 94);
 }
 
 BatchInserter& BatchInserter::operator<<(const int& value) {
@@ -99,8 +98,8 @@ BatchInserter& BatchInserter::operator<<(const int& value) {
 }
 
 BatchInserter& BatchInserter::operator<<(const unsigned int& value) {
-    return append<std::uint64_t>(BaseTypeVector::TYPE_UNSIGNED, &BaseTypeVector::m_ulongVec,
-                                 value, 118);
+    return append<std::uint64_t>(BaseTypeVector::TYPE_UNSIGNED, &BaseTypeVector::m_ulongVec, value,
+                                 118);
 }
 
 BatchInserter& BatchInserter::operator<<(const long& value) {
@@ -109,8 +108,8 @@ BatchInserter& BatchInserter::operator<<(const long& value) {
 }
 
 BatchInserter& BatchInserter::operator<<(const unsigned long& value) {
-    return append<std::uint64_t>(BaseTypeVector::TYPE_UNSIGNED, &BaseTypeVector::m_ulongVec,
-                                 value, 142);
+    return append<std::uint64_t>(BaseTypeVector::TYPE_UNSIGNED, &BaseTypeVector::m_ulongVec, value,
+                                 142);
 }
 
 BatchInserter& BatchInserter::operator<<(const float& value) {
