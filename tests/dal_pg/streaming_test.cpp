@@ -161,6 +161,59 @@ TEST_F(PgStreaming, StatementsNoCursorCanRunAreReadWhole) {
     ASSERT_TRUE(DataSession(m_session.c_str()).commit().ok());
 }
 
+// Reads kept open across writes, read by turns: each gets its own rows.
+TEST_F(PgStreaming, ReadsTakenInTurnsKeepTheirOwnRows) {
+    const std::string t = freshTable("", "v int8");
+    DataSession a(m_session.c_str());
+    DataSession b(m_session.c_str());
+    Row row;
+    ExecResult status;
+    ASSERT_NO_FATAL_FAILURE(open(a, "select generate_series(1, 5000)"));
+    ASSERT_TRUE(a.fetchRow(status, rowTarget(row), 100));
+    ASSERT_TRUE(run(m_session, "insert into " + t + " values (1)").ok());
+    ASSERT_NO_FATAL_FAILURE(open(b, "select generate_series(100001, 105000)"));
+    ASSERT_TRUE(b.fetchRow(status, rowTarget(row), 100));
+    ASSERT_TRUE(run(m_session, "insert into " + t + " values (2)").ok());
+    long sumA = 1;
+    long sumB = 100001;
+    bool moreA = true;
+    bool moreB = true;
+    while (moreA || moreB) {
+        for (int i = 0; i < 7 && moreA; ++i) {
+            moreA = a.fetchRow(status, rowTarget(row), 100);
+            sumA += moreA ? std::strtol(row.at(0).str().c_str(), nullptr, 10) : 0;
+        }
+        for (int i = 0; i < 5 && moreB; ++i) {
+            moreB = b.fetchRow(status, rowTarget(row), 100);
+            sumB += moreB ? std::strtol(row.at(0).str().c_str(), nullptr, 10) : 0;
+        }
+    }
+    EXPECT_EQ(sumA, 5000L * 5001 / 2);
+    EXPECT_EQ(sumB, 5000L * (100001 + 105000) / 2);
+    EXPECT_EQ(committedCount(t), "2");
+}
+
+// The server may meet the failure while the caller is still reading earlier
+// rows; a write made meanwhile is not caught up in it.
+TEST_F(PgStreaming, AFailureAheadOfTheReaderDoesNotTouchWritesMadeMeanwhile) {
+    const std::string t = freshTable("", "v int8");
+    DataSession reader(m_session.c_str());
+    ASSERT_NO_FATAL_FAILURE(open(reader, "select 1 / (g - 150) from generate_series(1, 300) g"));
+    Row row;
+    ExecResult status;
+    ASSERT_TRUE(reader.fetchRow(status, rowTarget(row), 100));
+    ASSERT_TRUE(run(m_session, "insert into " + t + " values (1)").ok());
+    EXPECT_EQ(committedCount(t), "1");
+    long rows = 1;
+    while (reader.fetchRow(status, rowTarget(row), 100)) {
+        ++rows;
+    }
+    EXPECT_LT(rows, 150);
+    EXPECT_EQ(status.errorCode(), pgCode("22012")) << detailOf(status);
+    ASSERT_TRUE(run(m_session, "insert into " + t + " values (2)").ok());
+    EXPECT_EQ(committedCount(t), "2");
+}
+
 TEST_F(PgStreaming, AFailureInTheMiddleOfAReadEndsItWithTheStoreCode) {
     DataSession reader(m_session.c_str());
     // Row 150 divides by zero; the first chunk of rows arrives before that.

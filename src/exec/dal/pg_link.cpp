@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "exec/dal/pg_copy_stream.h"
 #include "exec/dal/pg_cursor.h"
@@ -81,17 +82,41 @@ std::shared_ptr<PgLink> PgLink::open(const PgSettings& settings, std::vector<std
     return link;
 }
 
-// Reads the answer to a deferred command, so the connection is free again.
+// Reads the answer to the command sent ahead (a deferred one, or a cursor's
+// next chunk, which is kept for it), so the connection is free again.
 void PgLink::settle() {
-    if (!m_deferred) {
+    if (m_pending == Pending::None) {
         return;
     }
-    m_deferred = false;
+    const bool prefetch = m_pending == Pending::Prefetch;
+    m_pending = Pending::None;
+    PgResult first;
     while (PGresult* result = PQgetResult(m_conn)) {
-        PQclear(result);
+        if (prefetch && !first) {
+            first = PgResult(result);
+        } else {
+            PQclear(result);
+        }
     }
-    if (PQstatus(m_conn) == CONNECTION_BAD) {
-        m_broken = true;
+    const bool lost = PQstatus(m_conn) == CONNECTION_BAD;
+    if (!prefetch) {
+        m_broken = m_broken || lost;
+        return;
+    }
+    m_prefetchReady = true;
+    if (first.status() == PGRES_TUPLES_OK && !lost) {
+        m_prefetched.result = std::move(first);
+        m_prefetchStatus = ExecResult();
+        return;
+    }
+    m_prefetched.result = PgResult();
+    m_prefetchStatus = failureOf(first.get(), lost, "FETCH", m_prefetchInCallerTransaction);
+    if (!m_broken && m_readTransaction) {
+        // The cursor was the read transaction's only one (else nothing is
+        // fetched ahead), and its failure ended the transaction.
+        m_readTransaction = false;
+        m_readTransactionCursors = 0;
+        PQclear(PQexec(m_conn, "ROLLBACK"));
     }
 }
 
@@ -100,10 +125,42 @@ void PgLink::settle() {
 void PgLink::sendDeferred(const char* sql) {
     settle();
     if (PQsendQueryParams(m_conn, sql, 0, nullptr, nullptr, nullptr, nullptr, 0) == 1) {
-        m_deferred = true;
+        m_pending = Pending::Discard;
     } else if (PQstatus(m_conn) == CONNECTION_BAD) {
         m_broken = true;
     }
+}
+
+// Whether a fetch from the cursor of slot needs a savepoint, so that its
+// failure cannot end more than the read: the caller's transaction (as
+// vorn_statement_rollback says) or other reads of the read transaction.
+bool PgLink::fetchGuard(const PgCursorSlot& slot) const {
+    if (m_readTransaction) {
+        const bool inReadTransaction = slot.readTransaction == m_readTransactionId;
+        return m_readTransactionCursors - (inReadTransaction ? 1 : 0) > 0;
+    }
+    return callerTransactionOpen() && m_settings.statementRollback;
+}
+
+// Asks for the chunk after chunk at once, so the server produces it while the
+// caller reads this one. Only where the fetch needs no savepoint: the answer
+// is read by whatever call comes next (see settle).
+void PgLink::fetchAhead(const PgCursorSlot& slot, const PgChunk& chunk) {
+    // One chunk ahead at a time: another cursor's may still wait to be taken.
+    if (m_broken || m_prefetchReady || chunk.last() || fetchGuard(slot)) {
+        return;
+    }
+    const int rows = chunk.nextRequest(m_settings.maxFetchRows);
+    const std::string sql = "FETCH FORWARD " + std::to_string(rows) + " FROM " + slot.name;
+    m_prefetchInCallerTransaction = callerTransactionOpen();
+    if (PQsendQueryParams(m_conn, sql.c_str(), 0, nullptr, nullptr, nullptr, nullptr, 0) != 1) {
+        m_broken = m_broken || PQstatus(m_conn) == CONNECTION_BAD;
+        return;
+    }
+    m_pending = Pending::Prefetch;
+    m_prefetchName = slot.name;
+    m_prefetchReady = false;
+    m_prefetched.requested = rows;
 }
 
 ExecResult PgLink::lostFailure() const {
@@ -356,7 +413,7 @@ ExecResult PgLink::query(const std::string& sql, std::unique_ptr<Cursor>& cursor
         status = runOne(statementAtomicity(sql), sql, &result);
         if (status.ok()) {
             cursor = std::make_unique<PgCursor>(shared_from_this(), PgCursorSlot{},
-                                                std::move(result), 0);
+                                                PgChunk{std::move(result), 0});
         }
         return status;
     }
@@ -406,28 +463,42 @@ ExecResult PgLink::query(const std::string& sql, std::unique_ptr<Cursor>& cursor
         ++m_readTransactionCursors;
         slot.readTransaction = m_readTransactionId;
     }
-    cursor =
-        std::make_unique<PgCursor>(shared_from_this(), std::move(slot), std::move(first), rows);
+    PgChunk chunk{std::move(first), rows};
+    fetchAhead(slot, chunk);
+    cursor = std::make_unique<PgCursor>(shared_from_this(), std::move(slot), std::move(chunk));
     return status;
 }
 
-ExecResult PgLink::fetch(const PgCursorSlot& slot, int rows, PgResult& out) {
+ExecResult PgLink::fetch(const PgCursorSlot& slot, PgChunk& chunk) {
     if (m_broken) {
         return lostFailure();
     }
     settle();
-    const bool inReadTransaction = m_readTransaction && slot.readTransaction == m_readTransactionId;
-    bool guard = false;
-    if (m_readTransaction) {
-        guard = m_readTransactionCursors - (inReadTransaction ? 1 : 0) > 0;
-    } else if (callerTransactionOpen()) {
-        guard = m_settings.statementRollback;
+    if (m_prefetchReady && m_prefetchName == slot.name) {
+        m_prefetchReady = false;
+        m_prefetchName.clear();
+        if (!m_prefetchStatus.ok()) {
+            return std::exchange(m_prefetchStatus, ExecResult());
+        }
+        chunk = std::move(m_prefetched);
+        fetchAhead(slot, chunk);
+        return {};
     }
-    const std::string sql = "FETCH FORWARD " + std::to_string(rows) + " FROM " + slot.name;
-    ExecResult status = runOne(guard ? PgAtomicity::Savepoint : PgAtomicity::None, sql, &out);
-    if (!status.ok() && !m_broken && !guard && m_readTransaction) {
-        endReadTransaction("ROLLBACK");
+    const bool guard = fetchGuard(slot);
+    PgChunk next;
+    next.requested = chunk.nextRequest(m_settings.maxFetchRows);
+    const std::string sql =
+        "FETCH FORWARD " + std::to_string(next.requested) + " FROM " + slot.name;
+    ExecResult status =
+        runOne(guard ? PgAtomicity::Savepoint : PgAtomicity::None, sql, &next.result);
+    if (!status.ok()) {
+        if (!m_broken && !guard && m_readTransaction) {
+            endReadTransaction("ROLLBACK");
+        }
+        return status;
     }
+    chunk = std::move(next);
+    fetchAhead(slot, chunk);
     return status;
 }
 
@@ -436,6 +507,12 @@ void PgLink::close(const PgCursorSlot& slot) {
         return;
     }
     settle();
+    if (m_prefetchReady && m_prefetchName == slot.name) {
+        m_prefetchReady = false;
+        m_prefetchName.clear();
+        m_prefetched = PgChunk();
+        m_prefetchStatus = ExecResult();
+    }
     if (m_readTransaction && slot.readTransaction == m_readTransactionId) {
         if (--m_readTransactionCursors == 0) {
             endReadTransaction("COMMIT");  // closes the cursor too

@@ -11,6 +11,7 @@
 
 #include "exec/dal/connection.h"
 #include "exec/dal/pg_batch_writer.h"
+#include "exec/dal/pg_chunk.h"
 #include "exec/dal/pg_result.h"
 #include "exec/dal/pg_settings.h"
 
@@ -51,7 +52,10 @@ struct PgCursorSlot {
 // Reads stream through a server cursor on this same connection
 // (DECLARE ... NO SCROLL CURSOR WITH HOLD, then FETCH in chunks), so a read
 // sees the caller's uncommitted writes, several reads can be open at once, and
-// writes run between two fetches. Client memory stays bounded by one chunk.
+// writes run between two fetches. Where a failing fetch could harm nothing but
+// its own read, the next chunk is asked for as soon as one arrives, so the
+// server works while the caller reads. Client memory stays bounded by two
+// chunks.
 //   - Inside the caller's transaction the cursor is declared in it. Should
 //     the caller commit while the read is open, the server keeps the rest of
 //     the result for the cursor (WITH HOLD); a rollback ends the read.
@@ -91,8 +95,9 @@ class PgLink : public std::enable_shared_from_this<PgLink> {
     platform::ExecResult query(const std::string& sql, std::unique_ptr<Cursor>& cursor);
     platform::ExecResult executeBatch(const std::string& sql, const BatchParameters& parameters);
 
-    // For PgCursor: the next rows of a cursor, and its end.
-    platform::ExecResult fetch(const PgCursorSlot& slot, int rows, PgResult& out);
+    // For PgCursor: the chunk of rows after chunk (replacing it), and the end
+    // of a cursor.
+    platform::ExecResult fetch(const PgCursorSlot& slot, PgChunk& chunk);
     void close(const PgCursorSlot& slot);
 
     // For PgBatchWriter.
@@ -117,6 +122,8 @@ class PgLink : public std::enable_shared_from_this<PgLink> {
 
     void settle();
     void sendDeferred(const char* sql);
+    bool fetchGuard(const PgCursorSlot& slot) const;
+    void fetchAhead(const PgCursorSlot& slot, const PgChunk& chunk);
     platform::ExecResult lostFailure() const;
     platform::ExecResult failureOf(const PGresult* failure, bool connectionFailed,
                                    std::string_view sql, bool callerTransaction);
@@ -131,7 +138,15 @@ class PgLink : public std::enable_shared_from_this<PgLink> {
     std::vector<std::string> m_secrets;
     PgBatchWriter m_batchWriter;
     bool m_broken = false;
-    bool m_deferred = false;  // a command was sent whose result is not read yet
+    // A command sent ahead whose answer is not read yet: one to be discarded
+    // (a COMMIT or CLOSE no caller waits for), or a cursor's next chunk.
+    enum class Pending { None, Discard, Prefetch };
+    Pending m_pending = Pending::None;
+    std::string m_prefetchName;  // the cursor whose next chunk is on its way or here
+    bool m_prefetchReady = false;
+    bool m_prefetchInCallerTransaction = false;
+    PgChunk m_prefetched;
+    platform::ExecResult m_prefetchStatus;
     bool m_readTransaction = false;
     std::uint64_t m_readTransactionId = 0;
     int m_readTransactionCursors = 0;
