@@ -3,32 +3,14 @@
 // it, and the peak during the call. The call itself may hold one copy of the
 // columns plus a constant amount per row.
 #include <cstdio>
-#include <fstream>
 #include <string>
 
+#include "memory_status.h"
 #include "store_setup.h"
 #include "vorn/vorn.h"
 
-namespace {
-
-long statusKiB(const char* field) {
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    const std::string prefix = std::string(field) + ":";
-    while (std::getline(status, line)) {
-        if (line.rfind(prefix, 0) == 0) {
-            return std::stol(line.substr(prefix.size()));
-        }
-    }
-    return -1;
-}
-
-// Resets the peak resident size (VmHWM) to the current one.
-void resetPeak() {
-    std::ofstream("/proc/self/clear_refs") << "5";
-}
-
-}  // namespace
+using vorn::bench::resetPeak;
+using vorn::bench::statusKiB;
 
 int main(int argc, char** argv) {
     const long rows = argc > 1 ? std::stol(argv[1]) : 1000000;
