@@ -107,26 +107,22 @@ bool PgSettings::parse(const std::string& url, PgSettings& out, std::string& pro
     if (queryStart != std::string::npos) {
         const std::string_view query = std::string_view(url).substr(queryStart + 1);
         std::string kept;
-        std::size_t pos = 0;
-        while (pos <= query.size()) {
-            std::size_t end = query.find('&', pos);
-            if (end == std::string_view::npos) {
-                end = query.size();
-            }
-            const std::string_view pair = query.substr(pos, end - pos);
+        const bool valid = forEachQueryPair(query, [&](std::string_view pair, bool /*last*/) {
             const std::size_t eq = pair.find('=');
             const std::string_view key = pair.substr(0, eq);
             if (startsWithIgnoreCase(key, kOwnPrefix)) {
                 const std::string_view value =
                     eq == std::string_view::npos ? std::string_view() : pair.substr(eq + 1);
-                if (!applyOwnOption(key, value, out, problem)) {
-                    return false;
-                }
-            } else if (!pair.empty()) {
+                return applyOwnOption(key, value, out, problem);
+            }
+            if (!pair.empty()) {
                 kept.append(kept.empty() ? "?" : "&");
                 kept.append(pair);
             }
-            pos = end + 1;
+            return true;
+        });
+        if (!valid) {
+            return false;
         }
         out.conninfo.append(kept);
     }

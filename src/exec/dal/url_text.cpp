@@ -23,13 +23,7 @@ bool isSecretKey(std::string_view key) {
 
 // Appends the query part (the text after '?', '?' included) with secret values masked.
 void appendMaskedQuery(std::string_view query, std::string& out) {
-    std::size_t pos = 0;
-    while (pos <= query.size()) {
-        std::size_t end = query.find('&', pos);
-        if (end == std::string_view::npos) {
-            end = query.size();
-        }
-        const std::string_view pair = query.substr(pos, end - pos);
+    forEachQueryPair(query, [&out](std::string_view pair, bool last) {
         const std::size_t eq = pair.find('=');
         if (eq != std::string_view::npos && isSecretKey(pair.substr(0, eq))) {
             out.append(pair.substr(0, eq + 1));
@@ -37,11 +31,11 @@ void appendMaskedQuery(std::string_view query, std::string& out) {
         } else {
             out.append(pair);
         }
-        if (end < query.size()) {
+        if (!last) {
             out.push_back('&');
         }
-        pos = end + 1;
-    }
+        return true;
+    });
 }
 
 }  // namespace
