@@ -3,38 +3,19 @@
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
 
-#include <cstdint>
 #include <string>
-#include <vector>
 
 #include "ratio_reporter.h"
 #include "store_setup.h"
 #include "vorn/vorn.h"
+#include "workload.h"
 
 namespace {
 
-constexpr int kRows = 100000;
+using vorn::bench::kRows;
+using vorn::bench::rows;
 
 vorn::bench::Store* g_store = nullptr;
-
-struct Rows {
-    std::vector<std::int64_t> ids;
-    std::vector<std::string> names;
-    std::vector<double> values;
-};
-
-const Rows& rows() {
-    static const Rows data = [] {
-        Rows r;
-        for (int i = 0; i < kRows; ++i) {
-            r.ids.push_back(i);
-            r.names.push_back("device-" + std::to_string(i));
-            r.values.push_back(i * 0.25);
-        }
-        return r;
-    }();
-    return data;
-}
 
 void emptyTable(benchmark::State& state, const char* table) {
     state.PauseTiming();
@@ -44,12 +25,7 @@ void emptyTable(benchmark::State& state, const char* table) {
 
 void BM_Batch100k_Vorn(benchmark::State& state) {
     BatchInserter batch;
-    batch.table("b_vorn");
-    for (int i = 0; i < kRows; ++i) {
-        batch["id"] << rows().ids[i];
-        batch["name"] << rows().names[i];
-        batch["value"] << rows().values[i];
-    }
+    vorn::bench::fillBatch(batch, "b_vorn");
     CVORN* db = nullptr;
     GuardDB guard("TaskDB", db, false);
     for (auto _ : state) {

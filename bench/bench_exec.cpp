@@ -12,10 +12,11 @@
 #include "ratio_reporter.h"
 #include "store_setup.h"
 #include "vorn/vorn.h"
+#include "workload.h"
 
 namespace {
 
-constexpr int kReadRows = 100000;
+using vorn::bench::kRows;
 const char* const kInsertVorn = "insert into w_vorn(id, name, value) values(1, 'alarm', 2.5)";
 const char* const kInsertRaw = "insert into w_raw(id, name, value) values(1, 'alarm', 2.5)";
 const char* const kSelect = "select id, name, value from r";
@@ -71,27 +72,7 @@ void BM_WriteInTransaction_RawSqlite(benchmark::State& state) {
 }
 
 void BM_Read100k_Vorn(benchmark::State& state) {
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
-    CVORNsqlstr query;
-    query.assign(kSelect);
-    for (auto _ : state) {
-        CVORNReader reader;
-        if (db->execReadSQL(query, reader) != 0) {
-            state.SkipWithError("read failed");
-            break;
-        }
-        long id = 0;
-        std::string name;
-        double value = 0;
-        while (reader.hasNextElement()) {
-            reader >> id >> name >> value;
-            benchmark::DoNotOptimize(id);
-            benchmark::DoNotOptimize(name.data());
-            benchmark::DoNotOptimize(value);
-        }
-    }
-    state.SetItemsProcessed(state.iterations() * kReadRows);
+    vorn::bench::readThroughLibrary(state, kSelect);
 }
 
 void BM_Read100k_RawSqlite(benchmark::State& state) {
@@ -115,7 +96,7 @@ void BM_Read100k_RawSqlite(benchmark::State& state) {
         }
         sqlite3_finalize(statement);
     }
-    state.SetItemsProcessed(state.iterations() * kReadRows);
+    state.SetItemsProcessed(state.iterations() * kRows);
 }
 
 BENCHMARK(BM_Write_Vorn);
@@ -133,7 +114,7 @@ int main(int argc, char** argv) {
     store.execute("create table w_vorn(id integer, name text, value real)");
     store.execute("create table w_raw(id integer, name text, value real)");
     store.execute("create table r(id integer, name text, value real)");
-    store.fill("insert into r values(?1, 'device-' || ?1, ?1 * 0.25)", kReadRows);
+    store.fill("insert into r values(?1, 'device-' || ?1, ?1 * 0.25)", kRows);
 
     return vorn::bench::runWithRatios(argc, argv,
                                       {{"write, autocommit", "BM_Write_Vorn", "BM_Write_RawSqlite"},

@@ -11,14 +11,16 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <vector>
 
 #include "ratio_reporter.h"
 #include "vorn/vorn.h"
+#include "workload.h"
 
 namespace {
 
-constexpr int kRows = 100000;
+using vorn::bench::kRows;
+using vorn::bench::rows;
+
 const char* const kSelect = "select id, name, value from bench_pg_read";
 
 PGconn* g_raw = nullptr;
@@ -33,25 +35,6 @@ void rawExec(const std::string& sql) {
     PQclear(result);
 }
 
-struct Rows {
-    std::vector<std::int64_t> ids;
-    std::vector<std::string> names;
-    std::vector<double> values;
-};
-
-const Rows& rows() {
-    static const Rows data = [] {
-        Rows r;
-        for (int i = 0; i < kRows; ++i) {
-            r.ids.push_back(i);
-            r.names.push_back("device-" + std::to_string(i));
-            r.values.push_back(i * 0.25);
-        }
-        return r;
-    }();
-    return data;
-}
-
 void emptyTable(benchmark::State& state, const char* table) {
     state.PauseTiming();
     rawExec(std::string("truncate ") + table);
@@ -60,12 +43,7 @@ void emptyTable(benchmark::State& state, const char* table) {
 
 void BM_PgBatch100k_Vorn(benchmark::State& state) {
     BatchInserter batch;
-    batch.table("bench_pg_batch_vorn");
-    for (int i = 0; i < kRows; ++i) {
-        batch["id"] << rows().ids[i];
-        batch["name"] << rows().names[i];
-        batch["value"] << rows().values[i];
-    }
+    vorn::bench::fillBatch(batch, "bench_pg_batch_vorn");
     CVORN* db = nullptr;
     GuardDB guard("TaskDB", db, false);
     for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
@@ -124,33 +102,7 @@ void BM_PgBatch100k_Copy(benchmark::State& state) {
 }
 
 void BM_PgRead100k_Vorn(benchmark::State& state) {
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
-    CVORNsqlstr query;
-    query.assign(kSelect);
-    for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
-        CVORNReader reader;
-        if (db->execReadSQL(query, reader) != 0) {
-            state.SkipWithError("read failed");
-            break;
-        }
-        long id = 0;
-        std::string name;
-        double value = 0;
-        long count = 0;
-        while (reader.hasNextElement()) {
-            reader >> id >> name >> value;
-            benchmark::DoNotOptimize(id);
-            benchmark::DoNotOptimize(name.data());
-            benchmark::DoNotOptimize(value);
-            ++count;
-        }
-        if (count != kRows) {
-            state.SkipWithError("wrong row count");
-            break;
-        }
-    }
-    state.SetItemsProcessed(state.iterations() * kRows);
+    vorn::bench::readThroughLibrary(state, kSelect);
 }
 
 void BM_PgRead100k_Libpq(benchmark::State& state) {
