@@ -3,60 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
+#include "dal_session.h"
 #include "scratch_dir.h"
-#include "vorn/datasource.h"
-#include "vorn/platform/data_access.h"
-#include "vorn/platform/error_codes.h"
 
 namespace vorn::test {
-
-using platform::DataSession;
-using platform::ExecResult;
-using platform::NoParameters;
-using platform::Row;
-using platform::SqlKind;
-using platform::TypedRef;
-namespace errc = platform::errc;
-using Rows = std::vector<std::vector<std::string>>;
-
-inline ExecResult run(const std::string& session, const std::string& sql,
-                      SqlKind kind = SqlKind::Write) {
-    DataSession s(session.c_str());
-    return s.execute(platform::makeStatementId("dal_test", "run", __LINE__), kind, sql,
-                     NoParameters{});
-}
-
-inline TypedRef rowTarget(Row& row) {
-    TypedRef ref;
-    ref.type.code = platform::typecode::kRowTarget;
-    ref.object = &row;
-    return ref;
-}
-
-// Every field of every row of one open read.
-inline Rows fetchAll(DataSession& s) {
-    Rows rows;
-    Row row;
-    ExecResult status;
-    while (s.fetchRow(status, rowTarget(row), 100)) {
-        rows.emplace_back(row.begin(), row.end());
-    }
-    EXPECT_TRUE(status.ok()) << status.detail().value_or("");
-    return rows;
-}
-
-inline Rows query(const std::string& session, const std::string& sql) {
-    DataSession s(session.c_str());
-    const ExecResult status = s.execute("dal_test:query:0", SqlKind::Read, sql, NoParameters{});
-    EXPECT_TRUE(status.ok()) << sql << ": " << status.detail().value_or("");
-    return fetchAll(s);
-}
-
-inline std::string detailOf(const ExecResult& status) {
-    return status.detail().value_or("");
-}
 
 // Each test binds a session name of its own to a file in a fresh directory.
 class DalTest : public ::testing::Test {
