@@ -72,8 +72,8 @@ void rawStatements(CVORN* db) {
            "create table alarm(id integer primary key, level integer, text text, "
            "ack integer, ratio real, note text)");
     runRaw(db, "create table history(id integer, source text, value real)");
-    runRaw(db, "insert into alarm values(1, 3, 'disk ''C'' full', 'true', 0.97, NULL)");
-    runRaw(db, "insert into alarm values(2, 1, 'fan speed low', 'false', 0.25, 'rack 4')");
+    runRaw(db, "insert into alarm values(1, 3, 'disk ''C'' full', 1, 0.97, NULL)");
+    runRaw(db, "insert into alarm values(2, 1, 'fan speed low', 0, 0.25, 'rack 4')");
     std::printf("  created tables alarm and history, wrote 2 alarms\n");
 }
 
@@ -87,8 +87,8 @@ void readBack(CVORN* db) {
 void rolledBackTransaction(CVORN* db) {
     std::printf("\n3. A transaction that is rolled back\n");
     db->beginTransaction();
-    runRaw(db, "insert into alarm values(90, 5, 'temporary', 'false', 0, NULL)");
-    runRaw(db, "insert into alarm values(91, 5, 'temporary', 'false', 0, NULL)");
+    runRaw(db, "insert into alarm values(90, 5, 'temporary', 0, 0, NULL)");
+    runRaw(db, "insert into alarm values(91, 5, 'temporary', 0, 0, NULL)");
     std::printf("  inside the transaction: %ld alarms\n", countRows(db, "alarm"));
     db->rollbackTransaction();
     std::printf("  after rollback:         %ld alarms\n", countRows(db, "alarm"));
@@ -166,7 +166,7 @@ void builders(CVORN* db) {
     all.assign("select id, level, text, ack, ratio, note from alarm order by id");
     printAlarms(db, all);
 
-    runRaw(db, "create table scratch(x)");
+    runRaw(db, "create table scratch(x integer)");
     CVORNDroper dropper;
     dropper.table("scratch");
     run(db, dropper);
