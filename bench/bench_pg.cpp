@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "pg_server.h"
 #include "ratio_reporter.h"
 #include "vorn/vorn.h"
 #include "workload.h"
@@ -139,11 +140,8 @@ BENCHMARK(BM_PgRead100k_Libpq)->Unit(benchmark::kMillisecond);
 }  // namespace
 
 int main(int argc, char** argv) {
-    const char* url = std::getenv("VORN_TEST_PG_URL");
-    if (url == nullptr || *url == '\0') {
-        (void)std::printf(
-            "bench_pg: VORN_TEST_PG_URL is not set, nothing to measure "
-            "(start a server with scripts/pg-server start <dir>)\n");
+    const char* url = vorn::bench::pgServerUrl("bench_pg");
+    if (url == nullptr) {
         return 0;
     }
     g_raw = PQconnectdb(url);

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "memory_status.h"
+#include "pg_server.h"
 #include "vorn/vorn.h"
 
 using vorn::bench::resetPeak;
@@ -14,11 +15,8 @@ using vorn::bench::statusKiB;
 
 int main(int argc, char** argv) {
     const long rows = argc > 1 ? std::stol(argv[1]) : 10000000;
-    const char* url = std::getenv("VORN_TEST_PG_URL");
-    if (url == nullptr || *url == '\0') {
-        (void)std::printf(
-            "pg_read_memory: VORN_TEST_PG_URL is not set, nothing to measure "
-            "(start a server with scripts/pg-server start <dir>)\n");
+    const char* url = vorn::bench::pgServerUrl("pg_read_memory");
+    if (url == nullptr) {
         return 0;
     }
     if (vorn::bindDataSource("default", url) != 0) {
