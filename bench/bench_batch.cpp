@@ -28,7 +28,7 @@ void BM_Batch100k_Vorn(benchmark::State& state) {
     vorn::bench::fillBatch(batch, "b_vorn");
     CVORN* db = nullptr;
     GuardDB guard("TaskDB", db, false);
-    for (auto _ : state) {
+    for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         emptyTable(state, "b_vorn");
         if (db->ExecBatchInserter(batch) != 0) {
             state.SkipWithError("batch failed");
@@ -40,7 +40,7 @@ void BM_Batch100k_Vorn(benchmark::State& state) {
 
 void BM_Batch100k_RawSqlite(benchmark::State& state) {
     sqlite3* raw = g_store->raw();
-    for (auto _ : state) {
+    for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         emptyTable(state, "b_raw");
         sqlite3_stmt* insert = nullptr;
         sqlite3_prepare_v2(raw, "insert into b_raw (id, name, value) values(?1, ?2, ?3)", -1,

@@ -28,7 +28,7 @@ void BM_Write_Vorn(benchmark::State& state) {
     GuardDB guard("TaskDB", db, false);
     CVORNsqlstr insert;
     insert.assign(kInsertVorn);
-    for (auto _ : state) {
+    for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         if (db->execWriteSQL(insert) != 0) {
             state.SkipWithError("write failed");
             break;
@@ -37,7 +37,7 @@ void BM_Write_Vorn(benchmark::State& state) {
 }
 
 void BM_Write_RawSqlite(benchmark::State& state) {
-    for (auto _ : state) {
+    for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         if (sqlite3_exec(g_store->raw(), kInsertRaw, nullptr, nullptr, nullptr) != SQLITE_OK) {
             state.SkipWithError("write failed");
             break;
@@ -51,7 +51,7 @@ void BM_WriteInTransaction_Vorn(benchmark::State& state) {
     CVORNsqlstr insert;
     insert.assign(kInsertVorn);
     db->beginTransaction();
-    for (auto _ : state) {
+    for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         if (db->execWriteSQL(insert) != 0) {
             state.SkipWithError("write failed");
             break;
@@ -62,7 +62,7 @@ void BM_WriteInTransaction_Vorn(benchmark::State& state) {
 
 void BM_WriteInTransaction_RawSqlite(benchmark::State& state) {
     sqlite3_exec(g_store->raw(), "begin", nullptr, nullptr, nullptr);
-    for (auto _ : state) {
+    for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         if (sqlite3_exec(g_store->raw(), kInsertRaw, nullptr, nullptr, nullptr) != SQLITE_OK) {
             state.SkipWithError("write failed");
             break;
@@ -76,7 +76,7 @@ void BM_Read100k_Vorn(benchmark::State& state) {
 }
 
 void BM_Read100k_RawSqlite(benchmark::State& state) {
-    for (auto _ : state) {
+    for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         sqlite3_stmt* statement = nullptr;
         sqlite3_prepare_v2(g_store->raw(), kSelect, -1, &statement, nullptr);
         long id = 0;

@@ -108,7 +108,7 @@ std::string allByHand() {
 
 template <std::string (*Render)(), int Statements>
 void renderStatements(benchmark::State& state) {
-    for (auto _ : state) {
+    for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         std::string sql = Render();
         benchmark::DoNotOptimize(sql.data());
         benchmark::ClobberMemory();

@@ -98,14 +98,14 @@ void builders(CVORN* db) {
     std::printf("\n4. Rows from the inserter, queries from the selector\n");
     const struct {
         long id;
-        int level;
         const char* text;
-        bool acknowledged;
         double ratio;
-    } alarms[] = {{3, 2, "link down on port 7", false, 0.5},
-                  {4, 4, "it's getting hot", true, 0.875},
-                  {5, 1, "x'); DROP TABLE alarm; --", false, 0.125},
-                  {6, 3, "power supply 2 lost", false, 0.75}};
+        int level;
+        bool acknowledged;
+    } alarms[] = {{3, "link down on port 7", 0.5, 2, false},
+                  {4, "it's getting hot", 0.875, 4, true},
+                  {5, "x'); DROP TABLE alarm; --", 0.125, 1, false},
+                  {6, "power supply 2 lost", 0.75, 3, false}};
     for (const auto& alarm : alarms) {
         CVORNInserter inserter;
         inserter.table("alarm");
