@@ -8,8 +8,11 @@ constexpr Oid kBoolOid = 16;
 }  // namespace
 
 PgCursor::PgCursor(std::shared_ptr<PgLink> link, PgCursorSlot slot, PgChunk first)
-    : m_link(std::move(link)), m_slot(std::move(slot)), m_open(!m_slot.name.empty()) {
-    adopt(std::move(first));
+    : m_link(std::move(link)),
+      m_slot(std::move(slot)),
+      m_open(!m_slot.name.empty()),
+      m_chunk(std::move(first)) {
+    adopt();
 }
 
 PgCursor::~PgCursor() {
@@ -23,8 +26,7 @@ void PgCursor::closeServerCursor() {
     }
 }
 
-void PgCursor::adopt(PgChunk chunk) {
-    m_chunk = std::move(chunk);
+void PgCursor::adopt() {
     PGresult* result = m_chunk.result.get();
     m_chunkRows = result != nullptr ? PQntuples(result) : 0;
     m_nextRow = 0;
@@ -54,7 +56,7 @@ bool PgCursor::fetch(platform::Row& row, platform::ExecResult& status) {
             m_nextRow = 0;
             return false;
         }
-        adopt(std::move(m_chunk));
+        adopt();
     }
     PGresult* result = m_chunk.result.get();
     const int fields = PQnfields(result);

@@ -27,7 +27,8 @@ class PgCursor final : public Cursor {
     bool fetch(platform::Row& row, platform::ExecResult& status) override;
 
   private:
-    void adopt(PgChunk chunk);
+    // Takes in the chunk m_chunk now holds.
+    void adopt();
     void closeServerCursor();
 
     std::shared_ptr<PgLink> m_link;

@@ -27,6 +27,11 @@ constexpr const char* kSavepoint = "SAVEPOINT vorn_statement";
 constexpr const char* kReleaseSavepoint = "RELEASE SAVEPOINT vorn_statement";
 constexpr const char* kRollbackToSavepoint = "ROLLBACK TO SAVEPOINT vorn_statement";
 
+// The command that fetches the next rows of a cursor.
+std::string fetchCommand(int rows, const std::string& cursor) {
+    return "FETCH FORWARD " + std::to_string(rows) + " FROM " + cursor;
+}
+
 // Server notices (NOTICE, WARNING) go to the trace log, not to stderr.
 void traceNotice(void* /*unused*/, const PGresult* result) {
     if (!platform::Logger::enabled(platform::LogLevel::Trace)) {
@@ -111,12 +116,12 @@ void PgLink::settle() {
     }
     m_prefetched.result = PgResult();
     m_prefetchStatus = failureOf(first.get(), lost, "FETCH", m_prefetchInCallerTransaction);
-    if (!m_broken && m_readTransaction) {
+    if (m_readTransaction) {
         // The cursor was the read transaction's only one (else nothing is
-        // fetched ahead), and its failure ended the transaction.
-        m_readTransaction = false;
-        m_readTransactionCursors = 0;
-        PQclear(PQexec(m_conn, "ROLLBACK"));
+        // fetched ahead), and its failure ended the transaction. The caller
+        // of settle expects a free connection: wait for the ROLLBACK too.
+        endReadTransaction("ROLLBACK");
+        settle();
     }
 }
 
@@ -151,7 +156,7 @@ void PgLink::fetchAhead(const PgCursorSlot& slot, const PgChunk& chunk) {
         return;
     }
     const int rows = chunk.nextRequest(m_settings.maxFetchRows);
-    const std::string sql = "FETCH FORWARD " + std::to_string(rows) + " FROM " + slot.name;
+    const std::string sql = fetchCommand(rows, slot.name);
     m_prefetchInCallerTransaction = callerTransactionOpen();
     if (PQsendQueryParams(m_conn, sql.c_str(), 0, nullptr, nullptr, nullptr, nullptr, 0) != 1) {
         m_broken = m_broken || PQstatus(m_conn) == CONNECTION_BAD;
@@ -426,7 +431,7 @@ ExecResult PgLink::query(const std::string& sql, std::unique_ptr<Cursor>& cursor
     slot.name = "vorn_cursor_" + std::to_string(++m_cursorCounter);
     const int rows = std::min(kFirstFetchRows, m_settings.maxFetchRows);
     const std::string declare = "DECLARE " + slot.name + " NO SCROLL CURSOR WITH HOLD FOR " + sql;
-    const std::string fetchFirst = "FETCH FORWARD " + std::to_string(rows) + " FROM " + slot.name;
+    const std::string fetchFirst = fetchCommand(rows, slot.name);
     const bool startsReadTransaction =
         !m_readTransaction && PQtransactionStatus(m_conn) == PQTRANS_IDLE;
     bool guard = false;
@@ -487,8 +492,7 @@ ExecResult PgLink::fetch(const PgCursorSlot& slot, PgChunk& chunk) {
     const bool guard = fetchGuard(slot);
     PgChunk next;
     next.requested = chunk.nextRequest(m_settings.maxFetchRows);
-    const std::string sql =
-        "FETCH FORWARD " + std::to_string(next.requested) + " FROM " + slot.name;
+    const std::string sql = fetchCommand(next.requested, slot.name);
     ExecResult status =
         runOne(guard ? PgAtomicity::Savepoint : PgAtomicity::None, sql, &next.result);
     if (!status.ok()) {
