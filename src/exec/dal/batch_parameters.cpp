@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "exec/dal/sql_scanner.h"
 #include "vorn/platform/error_codes.h"
 
 namespace vorn::dal {
@@ -64,29 +63,21 @@ const BatchColumn* BatchParameters::find(std::string_view key) const {
     return it != m_columns.end() && it->key == key ? &*it : nullptr;
 }
 
-ExecResult BatchParameters::bindPlaceholders(const std::string& sql, char marker, std::string& text,
+ExecResult BatchParameters::bindPlaceholders(const std::string& sql, const SqlDialect& dialect,
+                                             char marker, std::string& text,
                                              std::vector<const BatchColumn*>& bound) const {
     const std::string_view view(sql);
     text.clear();
     text.reserve(sql.size() + 8);
     bound.clear();
-    std::size_t pos = 0;
     std::size_t copied = 0;
-    while (pos < view.size()) {
-        const std::size_t after = skipQuotedOrComment(view, pos);
-        if (after != pos) {
-            pos = after;
+    SqlLexer lexer(view, dialect);
+    for (SqlLexer::Token token = lexer.next(); token.kind != SqlLexer::Kind::End;
+         token = lexer.next()) {
+        if (token.kind != SqlLexer::Kind::Placeholder) {
             continue;
         }
-        if (view[pos] != '{') {
-            ++pos;
-            continue;
-        }
-        const std::size_t close = view.find('}', pos + 1);
-        if (close == std::string_view::npos) {
-            break;
-        }
-        const std::string_view key = view.substr(pos + 1, close - pos - 1);
+        const std::string_view key = view.substr(token.begin + 1, token.end - token.begin - 2);
         const BatchColumn* column = find(key);
         if (column == nullptr) {
             return ExecResult::failure(errc::kUnknownPlaceholder,
@@ -97,14 +88,17 @@ ExecResult BatchParameters::bindPlaceholders(const std::string& sql, char marker
             bound.push_back(column);
             slot = bound.end() - 1;
         }
-        text.append(view.substr(copied, pos - copied));
+        text.append(view.substr(copied, token.begin - copied));
         text.push_back(marker);
         text.append(std::to_string(slot - bound.begin() + 1));
-        pos = close + 1;
-        copied = pos;
+        copied = token.end;
     }
     text.append(view.substr(copied));
     return {};
+}
+
+ExecResult batchColumnEnded() {
+    return ExecResult::failure(errc::kBadParameters, "batch column ended before its count");
 }
 
 BatchRowWalker::BatchRowWalker(const std::vector<const BatchColumn*>& columns)

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "exec/dal/connection.h"
+#include "exec/dal/backend.h"
 
 namespace vorn::dal {
 

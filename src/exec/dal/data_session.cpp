@@ -1,7 +1,7 @@
 #include <memory>
 
+#include "exec/dal/backend.h"
 #include "exec/dal/batch_parameters.h"
-#include "exec/dal/connection.h"
 #include "exec/dal/connection_cache.h"
 #include "vorn/platform/data_access.h"
 #include "vorn/platform/error_codes.h"

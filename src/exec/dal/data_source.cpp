@@ -1,6 +1,7 @@
 #include "exec/dal/data_source.h"
 
 #include "exec/dal/url_text.h"
+#include "exec/platform/secret_mask.h"
 
 namespace vorn::dal {
 
@@ -24,7 +25,7 @@ const Backend* checkDataSourceUrl(const std::string& url, std::string& problem) 
 DataSource makeDataSource(const std::string& url) {
     DataSource source;
     source.url = url;
-    source.display = maskUrlSecrets(url);
+    source.display = platform::SecretMask::mask(url);
     source.backend = checkDataSourceUrl(url, source.problem);
     return source;
 }

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "exec/dal/backend_table.h"
+#include "exec/dal/backend.h"
 
 namespace vorn::dal {
 

@@ -1,9 +1,11 @@
 #include "exec/dal/data_source_list.h"
 
 #include "exec/dal/data_source.h"
-#include "exec/dal/url_text.h"
+#include "exec/platform/ascii.h"
 
 namespace vorn::dal {
+
+using platform::trimBlanks;
 
 bool parseDataSourceList(std::string_view list, DataSourcePairs& out, std::string& problem) {
     out.clear();

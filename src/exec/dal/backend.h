@@ -1,0 +1,99 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "vorn/platform/data_access.h"
+
+// What a data-access backend provides. The core (sessions, data-source
+// bindings, the per-thread connection cache, batch parameters) is the same
+// for every store; a backend adds the store behind one URL scheme or more.
+// See README.md in this folder for the checklist of a new backend.
+namespace vorn::dal {
+
+class BatchParameters;
+
+// The open result of a read. It belongs to the DataSession that ran the read
+// and is used on that session's thread only; it may outlive neither its
+// connection's process nor (through shared ownership) its connection.
+class Cursor {
+  public:
+    virtual ~Cursor() = default;
+
+    // Replaces row with the next row of the result, resizing it to the number
+    // of columns and reusing its storage. Returns false at the end of the
+    // result (status left as success) or on failure (status set; the cursor
+    // is then at its end).
+    //
+    // The text form of a field, the same on every store: NULL is the empty
+    // text; integers are decimal; floating-point values are the shortest text
+    // that reads back (strtod) to the same double; booleans "true" / "false";
+    // texts and blobs are their bytes as stored; anything else the store's
+    // own text output.
+    virtual bool fetch(platform::Row& row, platform::ExecResult& status) = 0;
+};
+
+// One open connection to a store, kept by the connection cache for one thread
+// and session name, and used by that thread only.
+//
+// Errors: every failed operation returns the store's own code and message
+// (with no secret of the connection in it, and on one line), or one of the
+// codes of vorn/platform/error_codes.h for the layer's own refusals:
+// errc::kMultipleStatements for text holding a second statement (nothing
+// runs), errc::kUnknownPlaceholder and errc::kBadParameters for batches.
+class Connection {
+  public:
+    virtual ~Connection() = default;
+
+    // Transaction control. A transaction belongs to this connection, i.e. to
+    // the session name and thread; commit or rollback without a transaction
+    // gives the store's answer as it is.
+    virtual platform::ExecResult begin() = 0;
+    virtual platform::ExecResult commit() = 0;
+    virtual platform::ExecResult rollback() = 0;
+
+    // Runs one statement to completion, discarding any rows it returns.
+    // Inside a transaction a failing statement undoes only itself.
+    virtual platform::ExecResult execute(const std::string& sql) = 0;
+    // Runs one statement as a read; on success cursor holds its rows (null for
+    // text holding no statement). Errors of the first row show here. Reads
+    // left open do not block other calls on the same connection.
+    virtual platform::ExecResult query(const std::string& sql, std::unique_ptr<Cursor>& cursor) = 0;
+    // Runs one statement with "{key}" placeholders once per row of
+    // parameters, all rows or none: inside the open transaction (a failure
+    // undoes the batch's rows only) or in one of its own. BatchParameters
+    // finds the placeholders with the backend's SqlDialect and walks the rows.
+    virtual platform::ExecResult executeBatch(const std::string& sql,
+                                              const BatchParameters& parameters) = 0;
+
+    // False once the connection is known to be unusable (e.g. the server went
+    // away); the connection cache then opens a new one at the next use.
+    virtual bool usable() const { return true; }
+};
+
+// A backend, chosen by the scheme of a data-source URL.
+struct Backend {
+    // Matched without regard to case; the first one names the backend.
+    std::vector<std::string_view> schemes;
+    // Checks a URL of one of the schemes without connecting; false with a
+    // problem text (free of secrets) when it is malformed.
+    bool (*check)(const std::string& url, std::string& problem);
+    // Opens a connection; null with status set when that fails (the next
+    // call tries again).
+    std::unique_ptr<Connection> (*connect)(const std::string& url, platform::ExecResult& status);
+};
+
+// Every backend of this build, in the order the build lists them. The list is
+// generated from the backend folders the build includes (see CMakeLists.txt):
+// each provides a function "const Backend& <name>Backend()".
+const std::vector<const Backend*>& compiledBackends();
+
+// The backend for scheme, or null when no backend of this build handles it.
+const Backend* findBackend(std::string_view scheme);
+
+// The schemes handled, for error texts: "sqlite, ...".
+std::string knownSchemes();
+
+}  // namespace vorn::dal

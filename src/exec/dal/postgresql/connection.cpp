@@ -1,0 +1,89 @@
+#include "exec/dal/postgresql/connection.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "exec/dal/postgresql/errors.h"
+#include "exec/dal/postgresql/statement_kind.h"
+#include "exec/platform/secret_mask.h"
+
+namespace vorn::dal {
+namespace {
+
+using platform::ExecResult;
+using platform::SecretMask;
+
+// The secrets of url, and $PGPASSWORD, which libpq takes when the URL has none.
+std::vector<std::string> secretsOf(const std::string& url) {
+    std::vector<std::string> secrets = SecretMask::valuesIn(url);
+    const char* password = std::getenv("PGPASSWORD");
+    if (password != nullptr && std::strlen(password) >= SecretMask::kShortestKnownValue) {
+        secrets.emplace_back(password);
+    }
+    return secrets;
+}
+
+ExecResult unsupportedCopy() {
+    return pgFailure(pgstate::kFeatureNotSupported,
+                     "COPY FROM STDIN and COPY TO STDOUT are not supported through this "
+                     "interface; use a batch insert");
+}
+
+}  // namespace
+
+std::unique_ptr<PgConnection> PgConnection::open(const PgSettings& settings, const std::string& url,
+                                                 ExecResult& status) {
+    std::shared_ptr<PgLink> link = PgLink::open(settings, secretsOf(url), status);
+    if (!link) {
+        return nullptr;
+    }
+    return std::unique_ptr<PgConnection>(new PgConnection(std::move(link)));
+}
+
+ExecResult PgConnection::control(const char* sql, PgResult* kept) {
+    ExecResult status = m_reads->release();
+    return status.ok() ? m_link->runOne(PgLink::Scope::None, sql, kept) : status;
+}
+
+ExecResult PgConnection::begin() {
+    return control("BEGIN");
+}
+
+ExecResult PgConnection::commit() {
+    PgResult result;
+    ExecResult status = control("COMMIT", &result);
+    if (status.ok() && result && std::strcmp(PQcmdStatus(result.get()), "ROLLBACK") == 0) {
+        // The server answers COMMIT of a failed transaction with a rollback
+        // and no error; the caller must hear that nothing was committed.
+        return pgFailure(pgstate::kFailedTransaction,
+                         "the transaction had failed, so it was rolled back instead of committed");
+    }
+    return status;
+}
+
+ExecResult PgConnection::rollback() {
+    return control("ROLLBACK");
+}
+
+ExecResult PgConnection::execute(const std::string& sql) {
+    if (classifyPgStatement(sql) == PgStatementKind::CopyStream) {
+        return unsupportedCopy();
+    }
+    ExecResult status = m_reads->release();
+    return status.ok() ? m_link->runOne(m_link->statementScope(sql), sql) : status;
+}
+
+ExecResult PgConnection::query(const std::string& sql, std::unique_ptr<Cursor>& cursor) {
+    cursor.reset();
+    if (classifyPgStatement(sql) == PgStatementKind::CopyStream) {
+        return unsupportedCopy();
+    }
+    return m_reads->open(sql, cursor);
+}
+
+ExecResult PgConnection::executeBatch(const std::string& sql, const BatchParameters& parameters) {
+    ExecResult status = m_reads->release();
+    return status.ok() ? m_batchWriter.run(sql, parameters) : status;
+}
+
+}  // namespace vorn::dal

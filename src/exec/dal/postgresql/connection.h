@@ -1,0 +1,55 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "exec/dal/backend.h"
+#include "exec/dal/postgresql/batch_writer.h"
+#include "exec/dal/postgresql/link.h"
+#include "exec/dal/postgresql/reads.h"
+#include "exec/dal/postgresql/settings.h"
+
+namespace vorn::dal {
+
+// A connection to a PostgreSQL server, as the thread's connection cache keeps
+// it (one per thread and session name). It owns the three parts that work on
+// the wire (PgLink): the read path, shared with the cursors of open reads,
+// and the batch writer. Every call that is not a read first releases the read
+// path's own transaction, so it meets exactly the caller's state.
+//
+// Inside the caller's transaction each statement runs in a savepoint
+// (vorn_statement_rollback, on by default), so a failing statement undoes only
+// itself and the transaction goes on, as on SQLite.
+class PgConnection final : public Connection {
+  public:
+    // Connects with settings; url (as bound) tells which secrets to keep out
+    // of error texts. Null with status set on failure.
+    static std::unique_ptr<PgConnection> open(const PgSettings& settings, const std::string& url,
+                                              platform::ExecResult& status);
+
+    // BEGIN, COMMIT and ROLLBACK go to the server whatever the state, and get
+    // its answer: misplaced ones (BEGIN inside a transaction, COMMIT or
+    // ROLLBACK outside one) succeed with a warning there.
+    platform::ExecResult begin() override;
+    platform::ExecResult commit() override;
+    platform::ExecResult rollback() override;
+    platform::ExecResult execute(const std::string& sql) override;
+    platform::ExecResult query(const std::string& sql, std::unique_ptr<Cursor>& cursor) override;
+    platform::ExecResult executeBatch(const std::string& sql,
+                                      const BatchParameters& parameters) override;
+    bool usable() const override { return !m_link->broken(); }
+
+  private:
+    explicit PgConnection(std::shared_ptr<PgLink> link)
+        : m_link(std::move(link)),
+          m_reads(std::make_shared<PgReads>(m_link)),
+          m_batchWriter(*m_link) {}
+
+    platform::ExecResult control(const char* sql, PgResult* kept = nullptr);
+
+    std::shared_ptr<PgLink> m_link;
+    std::shared_ptr<PgReads> m_reads;
+    PgBatchWriter m_batchWriter;
+};
+
+}  // namespace vorn::dal

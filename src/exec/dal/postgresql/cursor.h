@@ -1,0 +1,43 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "exec/dal/backend.h"
+#include "exec/dal/postgresql/chunk.h"
+#include "exec/dal/postgresql/reads.h"
+
+namespace vorn::dal {
+
+// The rows of one PostgreSQL read: either a server cursor fetched in chunks
+// (the first chunk comes with the read itself; see PgChunk for their sizes
+// and PgReads for the fetching), or a result read whole.
+//
+// Text form of the fields: PostgreSQL's text output, NULL as the empty text,
+// booleans as "true" / "false" (the server's "t" / "f" would not read as
+// numbers), floating-point values exact (shortest round-trip form).
+class PgCursor final : public Cursor {
+  public:
+    // slot.name empty: first is the whole result.
+    PgCursor(std::shared_ptr<PgReads> reads, PgCursorSlot slot, PgChunk first);
+    ~PgCursor() override;
+    PgCursor(const PgCursor&) = delete;
+    PgCursor& operator=(const PgCursor&) = delete;
+
+    bool fetch(platform::Row& row, platform::ExecResult& status) override;
+
+  private:
+    // Takes in the chunk m_chunk now holds.
+    void adopt();
+    void closeServerCursor();
+
+    std::shared_ptr<PgReads> m_reads;
+    PgCursorSlot m_slot;
+    bool m_open = false;  // the server cursor may have rows left
+    PgChunk m_chunk;
+    int m_chunkRows = 0;
+    int m_nextRow = 0;
+    std::vector<bool> m_isBoolean;
+};
+
+}  // namespace vorn::dal

@@ -1,0 +1,276 @@
+#include "exec/dal/postgresql/link.h"
+
+#include <utility>
+
+#include "exec/dal/postgresql/copy_stream.h"
+#include "exec/dal/postgresql/errors.h"
+#include "exec/dal/postgresql/pipeline.h"
+#include "exec/dal/postgresql/statement_kind.h"
+#include "exec/platform/secret_mask.h"
+#include "vorn/platform/error_codes.h"
+#include "vorn/platform/logger.h"
+
+namespace vorn::dal {
+namespace {
+
+using platform::ExecResult;
+
+// PostgreSQL 12 and later print floats in the shortest text that reads back
+// exactly; older servers need extra_float_digits = 3 for an exact text.
+constexpr int kShortestFloatServer = 120000;
+
+// Server notices (NOTICE, WARNING) go to the trace log, not to stderr.
+void traceNotice(void* /*unused*/, const PGresult* result) {
+    if (!platform::Logger::enabled(platform::LogLevel::Trace)) {
+        return;
+    }
+    const char* message = PQresultErrorMessage(result);
+    platform::Logger::trace(
+        {"PgLink", "notice", __LINE__},
+        platform::LogScrubber::scrub(pgOneLine(message != nullptr ? message : "")));
+}
+
+int sendQuery(PGconn* conn, const std::string& sql) {
+    return PQsendQueryParams(conn, sql.c_str(), 0, nullptr, nullptr, nullptr, nullptr, 0);
+}
+
+}  // namespace
+
+PgLink::PgLink(PGconn* conn, const PgSettings& settings, std::vector<std::string> secrets)
+    : m_conn(conn), m_settings(settings), m_secrets(std::move(secrets)) {}
+
+PgLink::~PgLink() {
+    PQfinish(m_conn);
+}
+
+std::shared_ptr<PgLink> PgLink::open(const PgSettings& settings, std::vector<std::string> secrets,
+                                     ExecResult& status) {
+    std::vector<const char*> keywords;
+    std::vector<const char*> values;
+    settings.connectParameters(keywords, values);
+    PGconn* conn = PQconnectdbParams(keywords.data(), values.data(), 1);
+    if (conn == nullptr) {
+        status = pgFailure(pgstate::kCannotConnect, "cannot connect to PostgreSQL: out of memory");
+        return nullptr;
+    }
+    if (PQstatus(conn) != CONNECTION_OK) {
+        status =
+            pgFailure(pgstate::kCannotConnect,
+                      "cannot connect to PostgreSQL: " +
+                          platform::SecretMask::mask(pgOneLine(PQerrorMessage(conn)), secrets));
+        PQfinish(conn);
+        return nullptr;
+    }
+    PQsetNoticeReceiver(conn, &traceNotice, nullptr);
+    std::shared_ptr<PgLink> link(new PgLink(conn, settings, std::move(secrets)));
+    if (PQserverVersion(conn) < kShortestFloatServer) {
+        status = link->runOne(Scope::None, "SET extra_float_digits = 3");
+        if (!status.ok()) {
+            return nullptr;
+        }
+    }
+    status = ExecResult();
+    return link;
+}
+
+bool PgLink::inTransaction() const {
+    const PGTransactionStatusType status = PQtransactionStatus(m_conn);
+    return status == PQTRANS_INTRANS || status == PQTRANS_INERROR;
+}
+
+PgLink::Scope PgLink::statementScope(std::string_view sql) const {
+    const bool guard = m_settings.statementRollback && callerTransactionOpen() &&
+                       classifyPgStatement(sql) != PgStatementKind::TransactionControl;
+    return guard ? Scope::Savepoint : Scope::None;
+}
+
+ExecResult PgLink::lostFailure() const {
+    return pgFailure(pgstate::kConnectionFailure,
+                     "the connection to the PostgreSQL server was lost");
+}
+
+ExecResult PgLink::failureOf(const PGresult* failure, bool connectionFailed, std::string_view sql,
+                             bool callerTransaction) {
+    ExecResult status = pgResultFailure(failure, m_conn);
+    if (failure != nullptr && pgMultipleStatementsRefused(failure, sql)) {
+        status =
+            ExecResult::failure(platform::errc::kMultipleStatements, status.detail().value_or(""));
+    }
+    if (connectionFailed || pgConnectionLost(failure, m_conn)) {
+        m_broken = true;
+        m_ownTransaction = false;
+        std::string detail = platform::SecretMask::mask(status.detail().value_or(""), m_secrets);
+        detail.append(callerTransaction
+                          ? " (the connection to the server was lost; the open transaction "
+                            "was rolled back)"
+                          : " (the connection to the server was lost)");
+        status = ExecResult::failure(status.errorCode(), std::move(detail));
+    }
+    return status;
+}
+
+// Undo statements of a scope run as units of their own, after the failed one.
+TransactionScope::Run PgLink::controlRunner() {
+    return [this](const char* sql) { return runControl(sql); };
+}
+
+ExecResult PgLink::runControl(const char* sql) {
+    return m_broken ? lostFailure() : runOne(Scope::None, sql);
+}
+
+ExecResult PgLink::runUnit(Scope scopeKind, const PgFill& fill, const PgCollect& collect,
+                           std::string_view sql) {
+    if (m_broken) {
+        return lostFailure();
+    }
+    settle();
+    const bool callerTransaction = callerTransactionOpen();
+    // Declared before the pipeline: a failed unit is undone after the
+    // pipeline has ended.
+    TransactionScope scope(scopeKind, controlRunner());
+    PgPipeline pipeline(m_conn);
+    if (scope.beginSql() != nullptr) {
+        pipeline.query(scope.beginSql());
+        scope.begun();
+    }
+    const ExecResult filled = fill(pipeline);
+    if (filled.ok() && scope.commitSql() != nullptr) {
+        pipeline.query(scope.commitSql());
+    }
+    if (!pipeline.finish()) {
+        // A command failed, so the server skipped the rest of the pipeline:
+        // the unit is still open and failed.
+        return failureOf(pipeline.failure(), pipeline.connectionFailed(), sql, callerTransaction);
+    }
+    if (filled.ok()) {
+        scope.committed();
+        if (collect) {
+            collect(pipeline);
+        }
+    }
+    return filled;
+}
+
+ExecResult PgLink::runOne(Scope scope, const std::string& sql, PgResult* kept) {
+    std::size_t index = 0;
+    return runUnit(
+        scope,
+        [&](PgPipeline& p) {
+            index = p.query(sql, 0, nullptr, nullptr, nullptr, kept != nullptr);
+            return ExecResult();
+        },
+        [&](PgPipeline& p) {
+            if (kept != nullptr) {
+                *kept = p.takeResult(index);
+            }
+        },
+        sql);
+}
+
+// Feeds the rows of a COPY that the server has accepted, and ends it.
+ExecResult PgLink::feedCopy(const PgCopyFeed& feed, bool& sent, PgResult& result) {
+    PgCopyStream stream(m_conn);
+    const ExecResult fed = feed(stream);
+    sent = stream.finish();
+    if (sent) {
+        sent = PQputCopyEnd(m_conn, fed.ok() ? nullptr : "batch refused by the client") == 1;
+    }
+    result = PgResult(sent ? PQgetResult(m_conn) : nullptr);
+    // The server's "COPY from stdin failed" says less than the refusal.
+    return sent ? fed : ExecResult();
+}
+
+ExecResult PgLink::runCopy(const std::string& copySql, const PgCopyFeed& feed,
+                           std::string_view sql) {
+    if (m_broken) {
+        return lostFailure();
+    }
+    settle();
+    const bool callerTransaction = callerTransactionOpen();
+    TransactionScope scope(unitScope(Scope::None), controlRunner());
+    ExecResult status = scope.begin();
+    if (!status.ok()) {
+        return status;
+    }
+    bool sent = sendQuery(m_conn, copySql) == 1;
+    PgResult result(sent ? PQgetResult(m_conn) : nullptr);
+    if (result.status() == PGRES_COPY_IN) {
+        status = feedCopy(feed, sent, result);
+    }
+    if (status.ok() && result.status() != PGRES_COMMAND_OK) {
+        status = failureOf(result.get(), !sent, sql, callerTransaction);
+    }
+    while (PGresult* rest = PQgetResult(m_conn)) {
+        PQclear(rest);
+    }
+    if (PQstatus(m_conn) == CONNECTION_BAD && !m_broken) {
+        status = failureOf(nullptr, true, sql, callerTransaction);
+    }
+    return status.ok() ? scope.commit() : status;
+}
+
+bool PgLink::sendAhead(const std::string& sql, const std::string& tag) {
+    settle();
+    if (m_broken || (!tag.empty() && !m_ahead.tag.empty())) {
+        return false;
+    }
+    if (sendQuery(m_conn, sql) != 1) {
+        m_broken = m_broken || PQstatus(m_conn) == CONNECTION_BAD;
+        return false;
+    }
+    m_wire = tag.empty() ? Wire::Discard : Wire::Keep;
+    if (!tag.empty()) {
+        m_ahead.tag = tag;
+        m_ahead.callerTransaction = callerTransactionOpen();
+    }
+    return true;
+}
+
+void PgLink::settle() {
+    if (m_wire == Wire::Free) {
+        return;
+    }
+    const bool keep = m_wire == Wire::Keep;
+    m_wire = Wire::Free;
+    PgResult first;
+    while (PGresult* result = PQgetResult(m_conn)) {
+        if (keep && !first) {
+            first = PgResult(result);
+        } else {
+            PQclear(result);
+        }
+    }
+    const bool lost = PQstatus(m_conn) == CONNECTION_BAD;
+    if (!keep) {
+        m_broken = m_broken || lost;
+        return;
+    }
+    const ExecStatusType answered = first.status();
+    if ((answered == PGRES_TUPLES_OK || answered == PGRES_COMMAND_OK) && !lost) {
+        m_ahead.result = std::move(first);
+        m_ahead.status = ExecResult();
+        return;
+    }
+    m_ahead.result = PgResult();
+    m_ahead.status = failureOf(first.get(), lost, "", m_ahead.callerTransaction);
+}
+
+bool PgLink::takeAhead(const std::string& tag, PgResult& result, ExecResult& status) {
+    settle();
+    if (m_ahead.tag.empty() || m_ahead.tag != tag) {
+        return false;
+    }
+    result = std::move(m_ahead.result);
+    status = std::exchange(m_ahead.status, ExecResult());
+    m_ahead.tag.clear();
+    return true;
+}
+
+void PgLink::dropAhead(const std::string& tag) {
+    settle();
+    if (!m_ahead.tag.empty() && m_ahead.tag == tag) {
+        m_ahead = Ahead();
+    }
+}
+
+}  // namespace vorn::dal

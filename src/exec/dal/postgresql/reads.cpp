@@ -1,0 +1,212 @@
+#include "exec/dal/postgresql/reads.h"
+
+#include <algorithm>
+
+#include "exec/dal/postgresql/cursor.h"
+#include "exec/dal/postgresql/pipeline.h"
+#include "exec/dal/postgresql/statement_kind.h"
+
+namespace vorn::dal {
+namespace {
+
+using platform::ExecResult;
+using Scope = PgLink::Scope;
+
+constexpr int kFirstFetchRows = 100;
+
+// The command that fetches the next rows of a cursor.
+std::string fetchCommand(int rows, const std::string& cursor) {
+    return "FETCH FORWARD " + std::to_string(rows) + " FROM " + cursor;
+}
+
+}  // namespace
+
+ExecResult PgReads::open(const std::string& sql, std::unique_ptr<Cursor>& cursor) {
+    cursor.reset();
+    return classifyPgStatement(sql) == PgStatementKind::CursorQuery ? openCursor(sql, cursor)
+                                                                    : readWhole(sql, cursor);
+}
+
+// Read whole, as the write it may well be.
+ExecResult PgReads::readWhole(const std::string& sql, std::unique_ptr<Cursor>& cursor) {
+    ExecResult status = release();
+    if (!status.ok()) {
+        return status;
+    }
+    PgResult result;
+    status = m_link->runOne(m_link->statementScope(sql), sql, &result);
+    if (status.ok()) {
+        cursor = std::make_unique<PgCursor>(shared_from_this(), PgCursorSlot{},
+                                            PgChunk{std::move(result), 0});
+    }
+    return status;
+}
+
+ExecResult PgReads::openCursor(const std::string& sql, std::unique_ptr<Cursor>& cursor) {
+    if (m_link->broken()) {
+        return m_link->lostFailure();
+    }
+    settle();
+    PgCursorSlot slot;
+    slot.name = "vorn_cursor_" + std::to_string(++m_cursorCounter);
+    const int rows = std::min(kFirstFetchRows, m_link->settings().maxFetchRows);
+    const std::string declare = "DECLARE " + slot.name + " NO SCROLL CURSOR WITH HOLD FOR " + sql;
+    const bool inReadTransaction = m_link->ownTransactionOpen();
+    const bool startsReadTransaction =
+        !inReadTransaction && m_link->transactionStatus() == PQTRANS_IDLE;
+    // A failure must end neither the other reads of the read transaction nor
+    // the caller's transaction (as vorn_statement_rollback says).
+    const bool guard = inReadTransaction
+                           ? m_readTransactionCursors > 0
+                           : !startsReadTransaction && m_link->settings().statementRollback;
+    std::size_t index = 0;
+    PgResult first;
+    ExecResult status = m_link->runUnit(
+        guard ? Scope::Savepoint : Scope::None,
+        [&](PgPipeline& p) {
+            if (startsReadTransaction) {
+                p.query("BEGIN");
+            }
+            p.query(declare);
+            index = p.query(fetchCommand(rows, slot.name), 0, nullptr, nullptr, nullptr, true);
+            return ExecResult();
+        },
+        [&](PgPipeline& p) { first = p.takeResult(index); }, sql);
+    if (!status.ok()) {
+        if (!m_link->broken() && !guard && (startsReadTransaction || inReadTransaction)) {
+            endReadTransaction("ROLLBACK");
+        }
+        return status;
+    }
+    if (startsReadTransaction) {
+        m_link->setOwnTransaction(true);
+        ++m_readTransactionId;
+        m_readTransactionCursors = 0;
+    }
+    if (m_link->ownTransactionOpen()) {
+        ++m_readTransactionCursors;
+        slot.readTransaction = m_readTransactionId;
+    }
+    PgChunk chunk{std::move(first), rows};
+    fetchAhead(slot, chunk);
+    cursor = std::make_unique<PgCursor>(shared_from_this(), std::move(slot), std::move(chunk));
+    return status;
+}
+
+ExecResult PgReads::fetch(const PgCursorSlot& slot, PgChunk& chunk) {
+    if (m_link->broken()) {
+        return m_link->lostFailure();
+    }
+    settle();
+    PgResult ahead;
+    ExecResult status;
+    if (m_link->takeAhead(slot.name, ahead, status)) {
+        if (status.ok()) {
+            chunk = PgChunk{std::move(ahead), m_aheadRows};
+            fetchAhead(slot, chunk);
+        }
+        return status;
+    }
+    const bool guard = fetchGuard(slot);
+    PgChunk next;
+    next.requested = chunk.nextRequest(m_link->settings().maxFetchRows);
+    status = m_link->runOne(guard ? Scope::Savepoint : Scope::None,
+                            fetchCommand(next.requested, slot.name), &next.result);
+    if (!status.ok()) {
+        if (!m_link->broken() && !guard && m_link->ownTransactionOpen()) {
+            endReadTransaction("ROLLBACK");
+        }
+        return status;
+    }
+    chunk = std::move(next);
+    fetchAhead(slot, chunk);
+    return status;
+}
+
+void PgReads::close(const PgCursorSlot& slot) {
+    if (m_link->broken() || slot.name.empty()) {
+        return;
+    }
+    settle();
+    m_link->dropAhead(slot.name);
+    if (m_link->ownTransactionOpen() && slot.readTransaction == m_readTransactionId &&
+        --m_readTransactionCursors == 0) {
+        endReadTransaction("COMMIT");  // closes the cursor too
+        return;
+    }
+    const std::string sql = "CLOSE " + slot.name;
+    switch (m_link->transactionStatus()) {
+        case PQTRANS_IDLE:
+            m_link->sendAhead(sql, "");
+            return;
+        case PQTRANS_INTRANS:
+            // Guarded whatever the setting: closing a cursor that a rollback
+            // already took must not fail the caller's transaction.
+            m_link->runOne(Scope::Savepoint, sql);
+            return;
+        default:  // a failed transaction: its rollback will take the cursor
+            return;
+    }
+}
+
+ExecResult PgReads::release() {
+    if (m_link->broken()) {
+        return m_link->lostFailure();
+    }
+    settle();
+    if (!m_link->ownTransactionOpen()) {
+        return {};
+    }
+    // The open reads keep their cursors: WITH HOLD makes the server keep the
+    // rest of their rows past the commit.
+    m_link->setOwnTransaction(false);
+    m_readTransactionCursors = 0;
+    return m_link->runOne(Scope::None, "COMMIT");
+}
+
+// Reads the answer sent ahead. A chunk fetched ahead that failed took the read
+// transaction with it (it was the transaction's only cursor, else nothing is
+// fetched ahead): that transaction is ended now, so the call that comes next
+// meets a free connection.
+void PgReads::settle() {
+    m_link->settle();
+    if (m_link->ownTransactionOpen() && m_link->transactionStatus() == PQTRANS_INERROR) {
+        endReadTransaction("ROLLBACK");
+        m_link->settle();
+    }
+}
+
+// Whether a fetch from the cursor of slot needs a savepoint, so that its
+// failure cannot end more than the read: the caller's transaction (as
+// vorn_statement_rollback says) or other reads of the read transaction.
+bool PgReads::fetchGuard(const PgCursorSlot& slot) const {
+    if (m_link->ownTransactionOpen()) {
+        const bool inReadTransaction = slot.readTransaction == m_readTransactionId;
+        return m_readTransactionCursors - (inReadTransaction ? 1 : 0) > 0;
+    }
+    return m_link->callerTransactionOpen() && m_link->settings().statementRollback;
+}
+
+// Asks for the chunk after chunk at once, so the server produces it while the
+// caller reads this one. Only where the fetch needs no savepoint: the answer
+// is read by whatever call comes next.
+void PgReads::fetchAhead(const PgCursorSlot& slot, const PgChunk& chunk) {
+    if (m_link->broken() || chunk.last() || fetchGuard(slot)) {
+        return;
+    }
+    const int rows = chunk.nextRequest(m_link->settings().maxFetchRows);
+    if (m_link->sendAhead(fetchCommand(rows, slot.name), slot.name)) {
+        m_aheadRows = rows;
+    }
+}
+
+// Ends the read transaction without waiting for the answer.
+void PgReads::endReadTransaction(const char* how) {
+    m_link->setOwnTransaction(false);
+    m_readTransactionCursors = 0;
+    if (!m_link->broken()) {
+        m_link->sendAhead(how, "");
+    }
+}
+
+}  // namespace vorn::dal

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "exec/dal/backend.h"
+#include "exec/dal/postgresql/chunk.h"
+#include "exec/dal/postgresql/link.h"
+
+namespace vorn::dal {
+
+// A server cursor opened by a read: its name and the read transaction it was
+// declared in (0 when it was declared in the caller's transaction).
+struct PgCursorSlot {
+    std::string name;
+    std::uint64_t readTransaction = 0;
+};
+
+// The read path of one connection, shared by the connection and the cursors
+// of its open reads.
+//
+// Reads stream through a server cursor on the connection
+// (DECLARE ... NO SCROLL CURSOR WITH HOLD, then FETCH in chunks), so a read
+// sees the caller's uncommitted writes, several reads can be open at once, and
+// writes run between two fetches. Where a failing fetch could harm nothing but
+// its own read, the next chunk is asked for as soon as one arrives, so the
+// server works while the caller reads. Client memory stays bounded by two
+// chunks.
+//   - Inside the caller's transaction the cursor is declared in it. Should
+//     the caller commit while the read is open, the server keeps the rest of
+//     the result for the cursor (WITH HOLD); a rollback ends the read.
+//   - Outside a transaction the read opens a transaction of its own (the
+//     "read transaction"), which ends with the last read open in it. Any other
+//     call on the connection (a write, a batch, beginTransaction) first
+//     releases it (see release), so that call runs exactly as it would without
+//     the read; the open cursors survive, the server keeping their rows.
+// Statements a cursor cannot run (data-changing WITH, SELECT ... INTO, row
+// locks FOR UPDATE/SHARE, INSERT ... RETURNING, SHOW, ...) are read whole.
+class PgReads : public std::enable_shared_from_this<PgReads> {
+  public:
+    explicit PgReads(std::shared_ptr<PgLink> link) noexcept : m_link(std::move(link)) {}
+
+    // Runs sql as a read; on success cursor holds its rows.
+    platform::ExecResult open(const std::string& sql, std::unique_ptr<Cursor>& cursor);
+    // For PgCursor: the chunk of rows after chunk (replacing it), and the end
+    // of a cursor.
+    platform::ExecResult fetch(const PgCursorSlot& slot, PgChunk& chunk);
+    void close(const PgCursorSlot& slot);
+
+    // Readies the connection for any call that is not a read: commits the
+    // read transaction, if one is open.
+    platform::ExecResult release();
+
+  private:
+    platform::ExecResult readWhole(const std::string& sql, std::unique_ptr<Cursor>& cursor);
+    platform::ExecResult openCursor(const std::string& sql, std::unique_ptr<Cursor>& cursor);
+    void settle();
+    bool fetchGuard(const PgCursorSlot& slot) const;
+    void fetchAhead(const PgCursorSlot& slot, const PgChunk& chunk);
+    void endReadTransaction(const char* how);
+
+    std::shared_ptr<PgLink> m_link;
+    // The read transaction (open while the link says its own transaction is):
+    // its number, and how many of its cursors are open.
+    std::uint64_t m_readTransactionId = 0;
+    int m_readTransactionCursors = 0;
+    std::uint64_t m_cursorCounter = 0;
+    int m_aheadRows = 0;  // rows asked for by the fetch sent ahead
+};
+
+}  // namespace vorn::dal

@@ -1,0 +1,171 @@
+#include "exec/dal/postgresql/settings.h"
+
+#include <libpq-fe.h>
+
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include "exec/dal/url_text.h"
+#include "exec/platform/ascii.h"
+#include "exec/platform/secret_mask.h"
+
+namespace vorn::dal {
+namespace {
+
+using platform::equalsIgnoreCase;
+using platform::startsWithIgnoreCase;
+using platform::trimBlanks;
+
+constexpr std::string_view kOwnPrefix = "vorn_";
+constexpr int kMaxFetchRowsLimit = 1000000;
+
+bool parseSwitch(std::string_view value, bool& out) {
+    for (const char* yes : {"on", "true", "yes", "1"}) {
+        if (equalsIgnoreCase(value, yes)) {
+            out = true;
+            return true;
+        }
+    }
+    for (const char* no : {"off", "false", "no", "0"}) {
+        if (equalsIgnoreCase(value, no)) {
+            out = false;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool applyOwnOption(std::string_view key, std::string_view value, PgSettings& out,
+                    std::string& problem) {
+    if (equalsIgnoreCase(key, "vorn_statement_rollback")) {
+        if (!parseSwitch(value, out.statementRollback)) {
+            problem = "vorn_statement_rollback must be on or off";
+            return false;
+        }
+        return true;
+    }
+    if (equalsIgnoreCase(key, "vorn_fetch_rows")) {
+        int rows = 0;
+        const auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), rows);
+        if (ec != std::errc() || end != value.data() + value.size() || rows < 1 ||
+            rows > kMaxFetchRowsLimit) {
+            problem =
+                "vorn_fetch_rows must be a number from 1 to " + std::to_string(kMaxFetchRowsLimit);
+            return false;
+        }
+        out.maxFetchRows = rows;
+        return true;
+    }
+    problem = "unknown option \"" + std::string(key) + "\"";
+    return false;
+}
+
+// True when the environment sets a libpq parameter, which then wins over our
+// default (libpq uses the environment only for parameters not given).
+bool environmentSets(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value != nullptr && *value != '\0';
+}
+
+// A port list as libpq takes it: numbers separated by commas, one per host
+// (an empty item means the default port).
+bool validPorts(std::string_view ports) {
+    std::size_t pos = 0;
+    while (pos <= ports.size()) {
+        std::size_t end = ports.find(',', pos);
+        if (end == std::string_view::npos) {
+            end = ports.size();
+        }
+        const std::string_view item = trimBlanks(ports.substr(pos, end - pos));
+        if (!item.empty()) {
+            int port = 0;
+            const auto [last, ec] = std::from_chars(item.data(), item.data() + item.size(), port);
+            if (ec != std::errc() || last != item.data() + item.size() || port < 1 ||
+                port > 65535) {
+                return false;
+            }
+        }
+        pos = end + 1;
+    }
+    return true;
+}
+
+}  // namespace
+
+bool PgSettings::parse(const std::string& url, PgSettings& out, std::string& problem) {
+    out = PgSettings();
+    const std::size_t queryStart = url.find('?');
+    out.conninfo = url.substr(0, queryStart);
+    // libpq knows the scheme in lower case only.
+    const std::size_t schemeEnd = urlScheme(out.conninfo).size();
+    for (std::size_t i = 0; i < schemeEnd; ++i) {
+        out.conninfo[i] = platform::lowerAscii(out.conninfo[i]);
+    }
+    if (queryStart != std::string::npos) {
+        const std::string_view query = std::string_view(url).substr(queryStart + 1);
+        std::string kept;
+        const bool valid = forEachQueryPair(query, [&](std::string_view pair, bool /*last*/) {
+            const QueryPair option = QueryPair::split(pair);
+            if (startsWithIgnoreCase(option.key, kOwnPrefix)) {
+                return applyOwnOption(option.key, option.value, out, problem);
+            }
+            if (!pair.empty()) {
+                kept.append(kept.empty() ? "?" : "&");
+                kept.append(pair);
+            }
+            return true;
+        });
+        if (!valid) {
+            return false;
+        }
+        out.conninfo.append(kept);
+    }
+    char* error = nullptr;
+    PQconninfoOption* options = PQconninfoParse(out.conninfo.c_str(), &error);
+    if (options == nullptr) {
+        std::string reason = error != nullptr ? error : "out of memory";
+        PQfreemem(error);
+        problem =
+            "invalid PostgreSQL URL: " +
+            platform::SecretMask::mask(trimBlanks(reason), platform::SecretMask::valuesIn(url));
+        return false;
+    }
+    bool portsValid = true;
+    for (const PQconninfoOption* option = options; option->keyword != nullptr; ++option) {
+        if (std::strcmp(option->keyword, "port") == 0 && option->val != nullptr) {
+            portsValid = validPorts(option->val);
+        }
+    }
+    PQconninfoFree(options);
+    if (!portsValid) {
+        // libpq would only find this at connect time.
+        problem = "invalid PostgreSQL URL: the port must be a number from 1 to 65535";
+        return false;
+    }
+    return true;
+}
+
+void PgSettings::connectParameters(std::vector<const char*>& keywords,
+                                   std::vector<const char*>& values) const {
+    keywords.clear();
+    values.clear();
+    const auto add = [&](const char* keyword, const char* value) {
+        keywords.push_back(keyword);
+        values.push_back(value);
+    };
+    if (!environmentSets("PGCONNECT_TIMEOUT")) {
+        add("connect_timeout", "10");
+    }
+    add("keepalives", "1");
+    add("keepalives_idle", "30");
+    add("keepalives_interval", "10");
+    add("keepalives_count", "3");
+    add("tcp_user_timeout", "60000");
+    add("fallback_application_name", "vorn");
+    add("dbname", conninfo.c_str());
+    add(nullptr, nullptr);
+}
+
+}  // namespace vorn::dal

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <sqlite3.h>
+
+#include <memory>
+#include <string>
+
+#include "exec/dal/backend.h"
+#include "exec/dal/sqlite/settings.h"
+
+namespace vorn::dal {
+
+// A connection to one SQLite file, used by one thread (opened without
+// SQLite's own mutex). Opened in WAL journal mode with a busy timeout, so
+// writers of other threads and processes wait for each other instead of
+// failing, and with extended result codes, which are passed on as error codes.
+class SqliteConnection final : public Connection {
+  public:
+    // Opens the file described by settings; null with status set on failure.
+    static std::unique_ptr<SqliteConnection> open(const SqliteSettings& settings,
+                                                  platform::ExecResult& status);
+    ~SqliteConnection() override;
+    SqliteConnection(const SqliteConnection&) = delete;
+    SqliteConnection& operator=(const SqliteConnection&) = delete;
+
+    // BEGIN IMMEDIATE (plain BEGIN when read-only): the write lock is taken at
+    // once, so a transaction that reads before it writes cannot fail later on
+    // a snapshot another writer has made stale.
+    platform::ExecResult begin() override;
+    platform::ExecResult commit() override;
+    platform::ExecResult rollback() override;
+    platform::ExecResult execute(const std::string& sql) override;
+    platform::ExecResult query(const std::string& sql, std::unique_ptr<Cursor>& cursor) override;
+    // See runSqliteBatch.
+    platform::ExecResult executeBatch(const std::string& sql,
+                                      const BatchParameters& parameters) override;
+
+  private:
+    SqliteConnection(sqlite3* db, bool readOnly) noexcept : m_db(db), m_readOnly(readOnly) {}
+
+    sqlite3* m_db;
+    bool m_readOnly;
+};
+
+}  // namespace vorn::dal

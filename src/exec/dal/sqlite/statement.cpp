@@ -1,0 +1,70 @@
+#include "exec/dal/sqlite/statement.h"
+
+#include <climits>
+#include <string_view>
+
+#include "vorn/platform/error_codes.h"
+
+namespace vorn::dal {
+
+using platform::ExecResult;
+
+SqliteStatement& SqliteStatement::operator=(SqliteStatement&& other) noexcept {
+    if (this != &other) {
+        sqlite3_finalize(m_stmt);
+        m_stmt = other.m_stmt;
+        other.m_stmt = nullptr;
+    }
+    return *this;
+}
+
+ExecResult SqliteStatement::prepare(sqlite3* db, const std::string& sql) {
+    sqlite3_finalize(m_stmt);
+    m_stmt = nullptr;
+    if (sql.size() >= static_cast<std::size_t>(INT_MAX)) {
+        return ExecResult::failure(SQLITE_TOOBIG, "statement text too long");
+    }
+    const char* const begin = sql.c_str();
+    const char* const end = begin + sql.size();
+    const char* next = begin;
+    // Leading empty statements (";") and comments prepare to nothing; go on
+    // to the first real statement.
+    while (m_stmt == nullptr && next < end) {
+        const char* tail = nullptr;
+        // The length counts the terminating NUL that std::string guarantees;
+        // without it SQLite would copy the text to terminate it.
+        const int rc =
+            sqlite3_prepare_v2(db, next, static_cast<int>(end - next) + 1, &m_stmt, &tail);
+        if (rc != SQLITE_OK) {
+            m_stmt = nullptr;
+            return sqliteFailure(db);
+        }
+        if (tail == nullptr || tail <= next) {
+            break;  // stopped at a NUL byte; the check below refuses the rest
+        }
+        next = tail;
+    }
+    if (next < end &&
+        !holdsNoStatement(std::string_view(next, static_cast<std::size_t>(end - next)),
+                          kSqliteDialect)) {
+        sqlite3_finalize(m_stmt);
+        m_stmt = nullptr;
+        return ExecResult::failure(platform::errc::kMultipleStatements,
+                                   "only one statement may be executed at a time");
+    }
+    return {};
+}
+
+ExecResult sqliteFailure(sqlite3* db) {
+    const int code = sqlite3_extended_errcode(db);
+    return ExecResult::failure(static_cast<std::uint64_t>(code), sqlite3_errmsg(db));
+}
+
+ExecResult sqliteExec(sqlite3* db, const char* sql) {
+    if (sqlite3_exec(db, sql, nullptr, nullptr, nullptr) != SQLITE_OK) {
+        return sqliteFailure(db);
+    }
+    return {};
+}
+
+}  // namespace vorn::dal

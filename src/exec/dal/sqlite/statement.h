@@ -1,0 +1,46 @@
+#pragma once
+
+#include <sqlite3.h>
+
+#include <string>
+
+#include "exec/dal/sql_lexer.h"
+#include "vorn/platform/data_access.h"
+
+namespace vorn::dal {
+
+// SQLite's quoting: [name] and `name` identifiers besides "name"; comments do
+// not nest.
+inline constexpr SqlDialect kSqliteDialect{false, false, false, true};
+
+// Owns one prepared SQLite statement.
+class SqliteStatement {
+  public:
+    SqliteStatement() = default;
+    ~SqliteStatement() { sqlite3_finalize(m_stmt); }
+    SqliteStatement(SqliteStatement&& other) noexcept : m_stmt(other.m_stmt) {
+        other.m_stmt = nullptr;
+    }
+    SqliteStatement& operator=(SqliteStatement&& other) noexcept;
+    SqliteStatement(const SqliteStatement&) = delete;
+    SqliteStatement& operator=(const SqliteStatement&) = delete;
+
+    // Prepares the one statement of sql. Text that holds a further statement
+    // after the first is refused with errc::kMultipleStatements. Text with no
+    // statement at all (blanks, comments) succeeds and leaves get() null.
+    platform::ExecResult prepare(sqlite3* db, const std::string& sql);
+
+    sqlite3_stmt* get() const noexcept { return m_stmt; }
+
+  private:
+    sqlite3_stmt* m_stmt = nullptr;
+};
+
+// The connection's last error as a failed result: its extended result code and
+// sqlite3_errmsg as the detail.
+platform::ExecResult sqliteFailure(sqlite3* db);
+
+// Runs a statement without parameters or rows (BEGIN, PRAGMA ..., ...).
+platform::ExecResult sqliteExec(sqlite3* db, const char* sql);
+
+}  // namespace vorn::dal

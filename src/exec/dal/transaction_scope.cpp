@@ -1,0 +1,67 @@
+#include "exec/dal/transaction_scope.h"
+
+namespace vorn::dal {
+namespace {
+
+constexpr const char* kSavepoint = "SAVEPOINT vorn_unit";
+constexpr const char* kRelease = "RELEASE SAVEPOINT vorn_unit";
+constexpr const char* kRollbackTo = "ROLLBACK TO SAVEPOINT vorn_unit";
+
+}  // namespace
+
+const char* TransactionScope::beginSql() const noexcept {
+    switch (m_kind) {
+        case Kind::Savepoint:
+            return kSavepoint;
+        case Kind::Transaction:
+            return "BEGIN";
+        case Kind::None:
+            break;
+    }
+    return nullptr;
+}
+
+const char* TransactionScope::commitSql() const noexcept {
+    switch (m_kind) {
+        case Kind::Savepoint:
+            return kRelease;
+        case Kind::Transaction:
+            return "COMMIT";
+        case Kind::None:
+            break;
+    }
+    return nullptr;
+}
+
+platform::ExecResult TransactionScope::begin() {
+    if (m_kind == Kind::None) {
+        return {};
+    }
+    platform::ExecResult status = m_run(beginSql());
+    m_open = status.ok();
+    return status;
+}
+
+platform::ExecResult TransactionScope::commit() {
+    if (!m_open) {
+        return {};
+    }
+    platform::ExecResult status = m_run(commitSql());
+    m_open = !status.ok();
+    return status;
+}
+
+void TransactionScope::undo() noexcept {
+    if (!m_open) {
+        return;
+    }
+    m_open = false;
+    if (m_kind == Kind::Savepoint) {
+        m_run(kRollbackTo);
+        m_run(kRelease);
+    } else {
+        m_run("ROLLBACK");
+    }
+}
+
+}  // namespace vorn::dal

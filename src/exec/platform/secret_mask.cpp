@@ -1,0 +1,175 @@
+#include "exec/platform/secret_mask.h"
+
+#include <cstddef>
+
+#include "exec/platform/ascii.h"
+
+namespace vorn::platform {
+namespace {
+
+constexpr std::string_view kMask = "***";
+
+// The secret keys. Longer keys first, so "sslpassword" is not read as "ssl"
+// followed by "password" (which masks the same value anyway).
+constexpr std::string_view kSecretKeys[] = {"sslpassword", "password", "passwd", "pwd"};
+
+struct Span {
+    std::size_t begin = 0;
+    std::size_t end = 0;  // begin == end: no secret here
+};
+
+std::size_t skipSpaces(std::string_view text, std::size_t pos) {
+    while (pos < text.size() && (text[pos] == ' ' || text[pos] == '\t')) {
+        ++pos;
+    }
+    return pos;
+}
+
+// End of a value starting at pos: a quoted value runs to its closing quote
+// (a backslash or a doubled quote does not close it; an unclosed quote runs to
+// the end), a bare value to whitespace, ';', '&' or the end.
+std::size_t valueEnd(std::string_view text, std::size_t pos) {
+    if (pos < text.size() && (text[pos] == '\'' || text[pos] == '"')) {
+        const char quote = text[pos];
+        std::size_t i = pos + 1;
+        while (i < text.size()) {
+            const bool escaped = text[i] == '\\' ||
+                                 (text[i] == quote && i + 1 < text.size() && text[i + 1] == quote);
+            if (escaped && i + 1 < text.size()) {
+                i += 2;  // the escaped or doubled quote is part of the value
+            } else if (text[i] == quote) {
+                return i + 1;
+            } else {
+                ++i;
+            }
+        }
+        return text.size();
+    }
+    std::size_t i = pos;
+    while (i < text.size() && !isBlank(text[i]) && text[i] != ';' && text[i] != '&') {
+        ++i;
+    }
+    return i;
+}
+
+// The value of a secret key followed by '=' (blanks allowed around it) that
+// starts at pos.
+Span pairValue(std::string_view text, std::size_t pos) {
+    for (const std::string_view key : kSecretKeys) {
+        if (!startsWithIgnoreCase(text.substr(pos), key)) {
+            continue;
+        }
+        const std::size_t equals = skipSpaces(text, pos + key.size());
+        if (equals >= text.size() || text[equals] != '=') {
+            return {};
+        }
+        const std::size_t value = skipSpaces(text, equals + 1);
+        return {value, valueEnd(text, value)};
+    }
+    return {};
+}
+
+// The password of the URL user information after the "://" at pos.
+Span urlPassword(std::string_view text, std::size_t pos) {
+    const std::size_t start = pos + 3;
+    std::size_t end = start;
+    while (end < text.size() && !isBlank(text[end]) && text[end] != '/' && text[end] != '?' &&
+           text[end] != '#') {
+        ++end;
+    }
+    // The last '@' ends the user information, so an unencoded '@' in a
+    // password is part of it.
+    const std::size_t at = text.substr(start, end - start).rfind('@');
+    if (at == std::string_view::npos) {
+        return {};
+    }
+    const std::size_t colon = text.substr(start, at).find(':');
+    if (colon == std::string_view::npos) {
+        return {};
+    }
+    return {start + colon + 1, start + at};
+}
+
+// Calls found(span) for each secret of text, left to right.
+template <typename Found>
+void forEachSecret(std::string_view text, Found&& found) {
+    std::size_t pos = 0;
+    while (pos < text.size()) {
+        const Span span =
+            text.compare(pos, 3, "://") == 0 ? urlPassword(text, pos) : pairValue(text, pos);
+        if (span.end > span.begin) {
+            found(span);
+            pos = span.end;
+        } else {
+            ++pos;
+        }
+    }
+}
+
+int hexValue(char c) {
+    if (c >= '0' && c <= '9') {
+        return c - '0';
+    }
+    const char lower = lowerAscii(c);
+    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+std::string percentDecoded(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '%' && i + 2 < text.size() && hexValue(text[i + 1]) >= 0 &&
+            hexValue(text[i + 2]) >= 0) {
+            out.push_back(static_cast<char>(hexValue(text[i + 1]) * 16 + hexValue(text[i + 2])));
+            i += 2;
+        } else {
+            out.push_back(text[i]);
+        }
+    }
+    return out;
+}
+
+std::string maskKnown(std::string_view text, const std::vector<std::string>& known) {
+    std::string out(text);
+    for (const std::string& value : known) {
+        if (value.empty()) {
+            continue;
+        }
+        for (std::size_t pos = out.find(value); pos != std::string::npos;
+             pos = out.find(value, pos + kMask.size())) {
+            out.replace(pos, value.size(), kMask);
+        }
+    }
+    return out;
+}
+
+}  // namespace
+
+std::string SecretMask::mask(std::string_view text, const std::vector<std::string>& known) {
+    const std::string unmasked = maskKnown(text, known);
+    std::string out;
+    out.reserve(unmasked.size());
+    std::size_t copied = 0;
+    forEachSecret(unmasked, [&](const Span& span) {
+        out.append(unmasked, copied, span.begin - copied);
+        out.append(kMask);
+        copied = span.end;
+    });
+    out.append(unmasked, copied);
+    return out;
+}
+
+std::vector<std::string> SecretMask::valuesIn(std::string_view text) {
+    std::vector<std::string> values;
+    forEachSecret(text, [&](const Span& span) {
+        const std::string_view raw = text.substr(span.begin, span.end - span.begin);
+        for (std::string form : {std::string(raw), percentDecoded(raw)}) {
+            if (form.size() >= kShortestKnownValue) {
+                values.push_back(std::move(form));
+            }
+        }
+    });
+    return values;
+}
+
+}  // namespace vorn::platform
