@@ -10,27 +10,11 @@ constexpr const char* kRollbackTo = "ROLLBACK TO SAVEPOINT vorn_unit";
 }  // namespace
 
 const char* TransactionScope::beginSql() const noexcept {
-    switch (m_kind) {
-        case Kind::Savepoint:
-            return kSavepoint;
-        case Kind::Transaction:
-            return "BEGIN";
-        case Kind::None:
-            break;
-    }
-    return nullptr;
+    return m_kind == Kind::Savepoint ? kSavepoint : m_kind == Kind::Transaction ? "BEGIN" : nullptr;
 }
 
 const char* TransactionScope::commitSql() const noexcept {
-    switch (m_kind) {
-        case Kind::Savepoint:
-            return kRelease;
-        case Kind::Transaction:
-            return "COMMIT";
-        case Kind::None:
-            break;
-    }
-    return nullptr;
+    return m_kind == Kind::Savepoint ? kRelease : m_kind == Kind::Transaction ? "COMMIT" : nullptr;
 }
 
 platform::ExecResult TransactionScope::begin() {

@@ -15,23 +15,23 @@ void PgArrayLiteral::separate() {
     m_empty = false;
 }
 
-void PgArrayLiteral::appendNumber(std::string_view number) {
+void PgArrayLiteral::plain(std::string_view number) {
     separate();
     m_text.append(number);
 }
 
-void PgArrayLiteral::appendText(std::string_view text) {
+void PgArrayLiteral::text(std::string_view value) {
     separate();
     m_text.push_back('"');
     std::size_t copied = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '"' || text[i] == '\\') {
-            m_text.append(text.substr(copied, i - copied));
+    for (std::size_t i = 0; i < value.size(); ++i) {
+        if (value[i] == '"' || value[i] == '\\') {
+            m_text.append(value.substr(copied, i - copied));
             m_text.push_back('\\');
             copied = i;
         }
     }
-    m_text.append(text.substr(copied));
+    m_text.append(value.substr(copied));
     m_text.push_back('"');
 }
 

@@ -12,8 +12,8 @@ namespace vorn::dal {
 class PgArrayLiteral {
   public:
     void start();
-    void appendNumber(std::string_view number);
-    void appendText(std::string_view text);
+    void plain(std::string_view number);
+    void text(std::string_view value);
     // Closes the array; the text stays valid until the next start().
     const std::string& finish();
     std::size_t size() const noexcept { return m_text.size(); }

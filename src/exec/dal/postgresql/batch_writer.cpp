@@ -33,6 +33,23 @@ std::vector<bool> realTargets(const std::vector<Oid>& types, std::size_t columns
     return real;
 }
 
+// Puts one value into a COPY row or an array literal: texts escaped as the
+// sink escapes them, numbers as they are.
+template <typename Sink>
+ExecResult put(Sink& sink, const BatchValue& value, bool realTarget, ValueBuffer& buffer) {
+    std::string_view text;
+    ExecResult status = pgValueText(value, realTarget, buffer.text, text);
+    if (!status.ok()) {
+        return status;
+    }
+    if (value.code == typecode::kString) {
+        sink.text(text);
+    } else {
+        sink.plain(text);
+    }
+    return status;
+}
+
 bool isDefinitionError(std::uint64_t code) {
     return platform::sqlstateFromCode(code).compare(0, 2, "42") == 0;
 }
@@ -83,18 +100,7 @@ ExecResult PgBatchWriter::runCopy(const Job& job) {
             return job.parameters.forEachRow(
                 job.bound, job.plan.copyOrder,
                 [&](std::size_t parameter, const BatchValue& value) {
-                    std::string_view text;
-                    ExecResult status =
-                        pgValueText(value, job.realTargets[parameter], buffer.text, text);
-                    if (!status.ok()) {
-                        return status;
-                    }
-                    if (value.code == typecode::kString) {
-                        stream.text(text);
-                    } else {
-                        stream.plain(text);
-                    }
-                    return status;
+                    return put(stream, value, job.realTargets[parameter], buffer);
                 },
                 [&](std::size_t /*row*/) {
                     stream.endRow();
@@ -134,18 +140,7 @@ ExecResult PgBatchWriter::runUnnest(const Job& job) {
             return job.parameters.forEachRow(
                 job.bound,
                 [&](std::size_t parameter, const BatchValue& value) {
-                    std::string_view text;
-                    ExecResult status =
-                        pgValueText(value, job.realTargets[parameter], buffer.text, text);
-                    if (!status.ok()) {
-                        return status;
-                    }
-                    if (value.code == typecode::kString) {
-                        literals[parameter].appendText(text);
-                    } else {
-                        literals[parameter].appendNumber(text);
-                    }
-                    return status;
+                    return put(literals[parameter], value, job.realTargets[parameter], buffer);
                 },
                 [&](std::size_t row) {
                     std::size_t bytes = 0;
