@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "exec/dal/postgresql/cursor.h"
 #include "exec/dal/postgresql/errors.h"
 #include "exec/dal/postgresql/statement_kind.h"
 #include "exec/platform/secret_mask.h"
@@ -78,7 +79,13 @@ ExecResult PgConnection::query(const std::string& sql, std::unique_ptr<Cursor>& 
     if (classifyPgStatement(sql) == PgStatementKind::CopyStream) {
         return unsupportedCopy();
     }
-    return m_reads->open(sql, cursor);
+    PgCursorSlot slot;
+    PgChunk first;
+    ExecResult status = m_reads->open(sql, slot, first);
+    if (status.ok()) {
+        cursor = std::make_unique<PgCursor>(m_reads, std::move(slot), std::move(first));
+    }
+    return status;
 }
 
 ExecResult PgConnection::executeBatch(const std::string& sql, const BatchParameters& parameters) {

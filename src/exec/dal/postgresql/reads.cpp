@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "exec/dal/postgresql/cursor.h"
 #include "exec/dal/postgresql/pipeline.h"
 #include "exec/dal/postgresql/statement_kind.h"
 
@@ -21,33 +20,26 @@ std::string fetchCommand(int rows, const std::string& cursor) {
 
 }  // namespace
 
-ExecResult PgReads::open(const std::string& sql, std::unique_ptr<Cursor>& cursor) {
-    cursor.reset();
-    return classifyPgStatement(sql) == PgStatementKind::CursorQuery ? openCursor(sql, cursor)
-                                                                    : readWhole(sql, cursor);
+ExecResult PgReads::open(const std::string& sql, PgCursorSlot& slot, PgChunk& first) {
+    return classifyPgStatement(sql) == PgStatementKind::CursorQuery ? openCursor(sql, slot, first)
+                                                                    : readWhole(sql, first);
 }
 
 // Read whole, as the write it may well be.
-ExecResult PgReads::readWhole(const std::string& sql, std::unique_ptr<Cursor>& cursor) {
+ExecResult PgReads::readWhole(const std::string& sql, PgChunk& first) {
     ExecResult status = release();
     if (!status.ok()) {
         return status;
     }
-    PgResult result;
-    status = m_link->runOne(m_link->statementScope(sql), sql, &result);
-    if (status.ok()) {
-        cursor = std::make_unique<PgCursor>(shared_from_this(), PgCursorSlot{},
-                                            PgChunk{std::move(result), 0});
-    }
-    return status;
+    first.requested = 0;
+    return m_link->runOne(m_link->statementScope(sql), sql, &first.result);
 }
 
-ExecResult PgReads::openCursor(const std::string& sql, std::unique_ptr<Cursor>& cursor) {
+ExecResult PgReads::openCursor(const std::string& sql, PgCursorSlot& slot, PgChunk& first) {
     if (m_link->broken()) {
         return m_link->lostFailure();
     }
     settle();
-    PgCursorSlot slot;
     slot.name = "vorn_cursor_" + std::to_string(++m_cursorCounter);
     const int rows = std::min(kFirstFetchRows, m_link->settings().maxFetchRows);
     const std::string declare = "DECLARE " + slot.name + " NO SCROLL CURSOR WITH HOLD FOR " + sql;
@@ -60,7 +52,6 @@ ExecResult PgReads::openCursor(const std::string& sql, std::unique_ptr<Cursor>& 
                            ? m_readTransactionCursors > 0
                            : !startsReadTransaction && m_link->settings().statementRollback;
     std::size_t index = 0;
-    PgResult first;
     ExecResult status = m_link->runUnit(
         guard ? Scope::Savepoint : Scope::None,
         [&](PgPipeline& p) {
@@ -71,7 +62,7 @@ ExecResult PgReads::openCursor(const std::string& sql, std::unique_ptr<Cursor>& 
             index = p.query(fetchCommand(rows, slot.name), 0, nullptr, nullptr, nullptr, true);
             return ExecResult();
         },
-        [&](PgPipeline& p) { first = p.takeResult(index); }, sql);
+        [&](PgPipeline& p) { first.result = p.takeResult(index); }, sql);
     if (!status.ok()) {
         if (!m_link->broken() && !guard && (startsReadTransaction || inReadTransaction)) {
             endReadTransaction("ROLLBACK");
@@ -87,9 +78,8 @@ ExecResult PgReads::openCursor(const std::string& sql, std::unique_ptr<Cursor>& 
         ++m_readTransactionCursors;
         slot.readTransaction = m_readTransactionId;
     }
-    PgChunk chunk{std::move(first), rows};
-    fetchAhead(slot, chunk);
-    cursor = std::make_unique<PgCursor>(shared_from_this(), std::move(slot), std::move(chunk));
+    first.requested = rows;
+    fetchAhead(slot, first);
     return status;
 }
 

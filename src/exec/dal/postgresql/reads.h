@@ -4,7 +4,6 @@
 #include <memory>
 #include <string>
 
-#include "exec/dal/backend.h"
 #include "exec/dal/postgresql/chunk.h"
 #include "exec/dal/postgresql/link.h"
 
@@ -37,12 +36,14 @@ struct PgCursorSlot {
 //     the read; the open cursors survive, the server keeping their rows.
 // Statements a cursor cannot run (data-changing WITH, SELECT ... INTO, row
 // locks FOR UPDATE/SHARE, INSERT ... RETURNING, SHOW, ...) are read whole.
-class PgReads : public std::enable_shared_from_this<PgReads> {
+class PgReads {
   public:
     explicit PgReads(std::shared_ptr<PgLink> link) noexcept : m_link(std::move(link)) {}
 
-    // Runs sql as a read; on success cursor holds its rows.
-    platform::ExecResult open(const std::string& sql, std::unique_ptr<Cursor>& cursor);
+    // Runs sql as a read; on success slot names its server cursor (empty for
+    // a result read whole) and first holds the first chunk of rows, for a
+    // PgCursor to take over.
+    platform::ExecResult open(const std::string& sql, PgCursorSlot& slot, PgChunk& first);
     // For PgCursor: the chunk of rows after chunk (replacing it), and the end
     // of a cursor.
     platform::ExecResult fetch(const PgCursorSlot& slot, PgChunk& chunk);
@@ -53,8 +54,8 @@ class PgReads : public std::enable_shared_from_this<PgReads> {
     platform::ExecResult release();
 
   private:
-    platform::ExecResult readWhole(const std::string& sql, std::unique_ptr<Cursor>& cursor);
-    platform::ExecResult openCursor(const std::string& sql, std::unique_ptr<Cursor>& cursor);
+    platform::ExecResult readWhole(const std::string& sql, PgChunk& first);
+    platform::ExecResult openCursor(const std::string& sql, PgCursorSlot& slot, PgChunk& first);
     void settle();
     bool fetchGuard(const PgCursorSlot& slot) const;
     void fetchAhead(const PgCursorSlot& slot, const PgChunk& chunk);
