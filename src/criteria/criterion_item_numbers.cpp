@@ -5,7 +5,6 @@
 #include "vorn/platform/logger.h"
 #include "vorn/platform/safe_c.h"
 
-using vorn::detail::appendNumber;
 using vorn::detail::FormatSite;
 using vorn::detail::kNumberBufferSize;
 using vorn::detail::kNumberMaxChars;
