@@ -12,6 +12,12 @@ VORN_BUILD_PACKAGES=(
   libbenchmark-dev # the benchmark programs
 )
 
+# Debian packages scripts/lint needs on top of the build packages.
+VORN_LINT_PACKAGES=(
+  clang-tidy   # clang-tidy (LLVM 14 on Debian 12)
+  clang-format # the formatting check
+)
+
 # Installs the missing packages (as root), or prints the apt-get line and stops.
 vorn_ensure_packages() {
   local missing=()
