@@ -77,7 +77,7 @@ class StoreTest : public ::testing::Test {
             return;
         }
         if (postgresUrl().empty()) {
-            GTEST_SKIP() << "no PostgreSQL server for the tests (VORN_TEST_PG_URL is not set)";
+            GTEST_SKIP() << kNoServer;
         }
         const std::string prefix = uniqueSchemaName();
         for (const char* session : kSessions) {

@@ -11,8 +11,8 @@
 
 namespace vorn::test {
 
-// The store the end-to-end suite runs against: the embedded SQLite default, or
-// with VORN_TEST_BACKEND=postgresql the server named by VORN_TEST_PG_URL.
+// The store a suite runs against: the embedded SQLite default, or with
+// VORN_TEST_BACKEND=postgresql the server named by VORN_TEST_PG_URL.
 enum class Backend { Sqlite, Postgres };
 
 inline Backend backendUnderTest() {
@@ -25,10 +25,20 @@ inline bool onPostgres() {
     return backendUnderTest() == Backend::Postgres;
 }
 
-// The server's URL, or "" when none was started for the tests.
+// The test server's URL (as "scripts/pg-server start <dir>" prints it), or ""
+// when none was started for the tests. The only reader of the variable.
 inline std::string postgresUrl() {
     const char* url = std::getenv("VORN_TEST_PG_URL");
     return url == nullptr ? std::string() : std::string(url);
+}
+
+inline const char* const kNoServer =
+    "VORN_TEST_PG_URL is not set: start a throwaway server with \"scripts/pg-server start <dir>\" "
+    "and export the lines it prints";
+
+// url with further query options ("a=b&c=d").
+inline std::string withOptions(const std::string& url, const std::string& options) {
+    return url + (url.find('?') == std::string::npos ? "?" : "&") + options;
 }
 
 // The store's code for an error: SQLite's extended result code, or the code
@@ -50,9 +60,7 @@ inline bool adminExecute(const std::string& sql) {
 
 // A URL of the test server whose unqualified table names live in schema.
 inline std::string postgresUrlForSchema(const std::string& schema) {
-    std::string url = postgresUrl();
-    url += url.find('?') == std::string::npos ? '?' : '&';
-    return url + "options=-c%20search_path%3D" + schema;
+    return withOptions(postgresUrl(), "options=-c%20search_path%3D" + schema);
 }
 
 inline std::string uniqueSchemaName() {
