@@ -1,0 +1,244 @@
+// PostgreSQL batches, through each of the three ways a batch is sent: COPY (a
+// plain INSERT of bare placeholders), one INSERT from arrays (any other
+// one-row INSERT ... VALUES), or one prepared statement per row (anything else).
+#include <cfloat>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+
+#include "dal_fixture.h"
+
+namespace vorn::test {
+namespace {
+
+using I = std::numeric_limits<std::int64_t>;
+using U = std::numeric_limits<std::uint64_t>;
+
+class PgBatch : public PgTest {
+  protected:
+    void SetUp() override {
+        PgTest::SetUp();
+        if (!IsSkipped()) {
+            ASSERT_TRUE(run(m_session, "create table u(id int8, name text unique)").ok());
+            ASSERT_TRUE(run(m_session, "insert into u values (0, 'dup')").ok());
+        }
+    }
+    ExecResult insert(std::vector<std::int64_t> ids, std::vector<std::string> names,
+                      const std::string& sql) {
+        return batch(m_session, sql, Params().add("id", ids).add("name", names).ref());
+    }
+    Rows rowsOfU() const { return all("u"); }
+    ExecResult clearU() const { return run(m_session, "delete from u where id > 0"); }
+
+    const std::vector<std::string> m_forms = {"insert into u (id, name) values({id}, {name})",
+                                              "insert into u (id, name) values({id}, ({name}))",
+                                              "insert into u (id, name) select {id}, {name}"};
+};
+
+TEST_F(PgBatch, EveryElementTypeRoundTripsExactly) {
+    std::vector<std::string> s{"",
+                               "NULL",
+                               "null",
+                               "it's \"quoted\"",
+                               "back\\slash \\\\ \\\"",
+                               "{braces},{\"x\"}",
+                               "a, b; c",
+                               "  blanks  ",
+                               "h\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80",
+                               "{i} not a placeholder",
+                               "line\nbreak\ttab"};
+    const std::size_t n = s.size();
+    std::vector<std::int64_t> order(n);
+    for (std::size_t r = 0; r < n; ++r) {
+        order[r] = static_cast<std::int64_t>(r);
+    }
+    std::vector<std::int64_t> i{I::min(), -1, 0, 1, I::max(), 42, -42, 7, 8, 9, 10};
+    std::vector<std::uint64_t> u{
+        0, I::max(), std::uint64_t{1} << 63, U::max() - 1, U::max(), 1, 2, 3, 4, 5, 6};
+    std::vector<float> f{
+        0.1F,        -1.5F, FLT_MAX, FLT_MIN,     FLT_TRUE_MIN,
+        3.14159274F, -0.0F, 1e-40F,  16777217.0F, std::numeric_limits<float>::infinity(),
+        2.5F};
+    std::vector<double> d{0.1,
+                          1.0 / 3,
+                          DBL_MAX,
+                          DBL_MIN,
+                          5e-324,
+                          -2.5e-310,
+                          -0.0,
+                          123456789.123456789,
+                          -std::numeric_limits<double>::infinity(),
+                          9007199254740993.0,
+                          1e300};
+    std::vector<float> fd = f;  // floats into a double column: the float's exact value
+    ASSERT_TRUE(run(m_session,
+                    "create table b(n int8, s text, i int8, u int8, f real, d float8, fd float8)")
+                    .ok());
+    for (const char* sql :
+         {"insert into b (n, s, i, u, f, d, fd) values({n}, {s}, {i}, {u}, {f}, {d}, {fd})",
+          "insert into b values({n}, {s}, {i}, {u}, {f}, {d}, {fd})",
+          "insert into b select {n}, {s}, {i}, {u}, {f}, {d}, {fd}"}) {
+        SCOPED_TRACE(sql);
+        ASSERT_TRUE(run(m_session, "delete from b").ok());
+        const ExecResult status = batch(m_session, sql,
+                                        Params()
+                                            .add("n", order)
+                                            .add("s", s)
+                                            .add("i", i)
+                                            .add("u", u)
+                                            .add("f", f)
+                                            .add("d", d)
+                                            .add("fd", fd)
+                                            .ref());
+        ASSERT_TRUE(status.ok()) << detailOf(status);
+        const Rows rows = all("b");
+        ASSERT_EQ(rows.size(), n);
+        for (std::size_t r = 0; r < n; ++r) {
+            SCOPED_TRACE(r);
+            EXPECT_EQ(rows[r][1], s[r]);
+            EXPECT_EQ(std::strtoll(rows[r][2].c_str(), nullptr, 10), i[r]);
+            EXPECT_EQ(std::strtoul(rows[r][3].c_str(), nullptr, 10),
+                      u[r]);  // as the reader reads it
+            const float readF = static_cast<float>(std::strtod(rows[r][4].c_str(), nullptr));
+            EXPECT_EQ(readF, f[r]) << rows[r][4];
+            EXPECT_EQ(std::signbit(readF), std::signbit(f[r])) << rows[r][4];
+            const double readD = std::strtod(rows[r][5].c_str(), nullptr);
+            EXPECT_EQ(readD, d[r]) << rows[r][5];
+            EXPECT_EQ(std::signbit(readD), std::signbit(d[r])) << rows[r][5];
+            EXPECT_EQ(std::strtod(rows[r][6].c_str(), nullptr), static_cast<double>(fd[r]))
+                << rows[r][6];
+        }
+    }
+}
+
+// All rows or none: outside a transaction, and inside the caller's one, which
+// a failing batch does not end.
+TEST_F(PgBatch, EveryFormIsAllRowsOrNone) {
+    for (const std::string& sql : m_forms) {
+        SCOPED_TRACE(sql);
+        for (const std::vector<std::string>& names :
+             {std::vector<std::string>{"a", "b", "dup", "c"},
+              std::vector<std::string>{"x", "y", "x"}}) {
+            const ExecResult status =
+                insert(std::vector<std::int64_t>(names.size(), 5), names, sql);
+            EXPECT_EQ(status.errorCode(), pgCode("23505"));
+            EXPECT_EQ(detailOf(status).rfind("duplicate key value violates unique constraint", 0),
+                      0U)
+                << detailOf(status);
+            EXPECT_EQ(rowsOfU(), (Rows{{"0", "dup"}}));
+        }
+
+        ASSERT_TRUE(DataSession(m_session.c_str()).beginTransaction().ok());
+        ASSERT_TRUE(run(m_session, "insert into u values (1, 'before')").ok());
+        ASSERT_TRUE(insert({2, 3}, {"b", "c"}, sql).ok());
+        EXPECT_EQ(insert({4, 5}, {"d", "dup"}, sql).errorCode(), pgCode("23505"));
+        ASSERT_TRUE(insert({6}, {"e"}, sql).ok());
+        EXPECT_EQ(rowsOfU().size(), 5U);
+        EXPECT_EQ(queryElsewhere(m_session, "select count(*) from u"), (Rows{{"1"}}));
+        ASSERT_TRUE(DataSession(m_session.c_str()).commit().ok());
+        EXPECT_EQ(rowsOfU(),
+                  (Rows{{"0", "dup"}, {"1", "before"}, {"2", "b"}, {"3", "c"}, {"6", "e"}}));
+        ASSERT_TRUE(clearU().ok());
+    }
+}
+
+// Parameter types come from the statement: texts fill date and numeric
+// columns, integers a boolean one, as they would in a written statement.
+TEST_F(PgBatch, ValuesTakeTheTypesTheStatementGivesThem) {
+    ASSERT_TRUE(run(m_session,
+                    "create table t(n int8, at timestamp, amount numeric, flag boolean, "
+                    "small int4, label varchar(10))")
+                    .ok());
+    std::vector<std::int64_t> n{1, 2};
+    std::vector<std::string> at{"2024-02-29 12:34:56", "1999-12-31 23:59:59.5"};
+    std::vector<double> amount{0.1, -12.5};
+    std::vector<std::int64_t> flag{1, 0};
+    std::vector<std::string> small{"7", "-8"};
+    std::vector<std::string> label{"ten chars!", ""};
+    const ExecResult status =
+        batch(m_session, "insert into t values({n}, {at}, {amount}, {flag} <> 0, {small}, {label})",
+              Params()
+                  .add("n", n)
+                  .add("at", at)
+                  .add("amount", amount)
+                  .add("flag", flag)
+                  .add("small", small)
+                  .add("label", label)
+                  .ref());
+    ASSERT_TRUE(status.ok()) << detailOf(status);
+    EXPECT_EQ(all(), (Rows{{"1", "2024-02-29 12:34:56", "0.1", "true", "7", "ten chars!"},
+                           {"2", "1999-12-31 23:59:59.5", "-12.5", "false", "-8", ""}}));
+}
+
+TEST_F(PgBatch, LargeBatchesArriveWhole) {
+    constexpr std::size_t kRows = 150000;  // more than one chunk of the array form
+    std::vector<std::int64_t> ids(kRows);
+    std::vector<std::string> names(kRows);
+    for (std::size_t r = 0; r < kRows; ++r) {
+        ids[r] = static_cast<std::int64_t>(r + 1);
+        names[r] = "name " + std::to_string(r + 1);
+    }
+    for (std::size_t form = 0; form < 2; ++form) {  // COPY, and arrays in chunks
+        SCOPED_TRACE(m_forms[form]);
+        names[kRows - 1] = "dup";  // the very last row fails: nothing stays
+        EXPECT_EQ(insert(ids, names, m_forms[form]).errorCode(), pgCode("23505"));
+        EXPECT_EQ(query(m_session, "select count(*) from u"), (Rows{{"1"}}));
+        names[kRows - 1] = "last";
+        const ExecResult status = insert(ids, names, m_forms[form]);
+        ASSERT_TRUE(status.ok()) << detailOf(status);
+        EXPECT_EQ(
+            query(m_session, "select count(*), sum(id), max(name) from u where name <> 'dup'"),
+            (Rows{{std::to_string(kRows), std::to_string(kRows * (kRows + 1) / 2), "name 99999"}}));
+        ASSERT_TRUE(clearU().ok());
+    }
+}
+
+// Where COPY would differ from INSERT, the batch is an INSERT: a rule turns
+// the rows into something else, and a GENERATED ALWAYS identity refuses values.
+TEST_F(PgBatch, TablesWhereCopyDiffersGetInserts) {
+    ASSERT_TRUE(run(m_session, "create table target(id int8, name text)").ok());
+    ASSERT_TRUE(run(m_session, "create table diverted(id int8, name text)").ok());
+    ASSERT_TRUE(run(m_session,
+                    "create rule divert as on insert to target do instead "
+                    "insert into diverted values (new.id, new.name)")
+                    .ok());
+    ASSERT_TRUE(
+        insert({1, 2}, {"a", "b"}, "insert into target (id, name) values({id}, {name})").ok());
+    EXPECT_TRUE(all("target").empty());
+    EXPECT_EQ(all("diverted"), (Rows{{"1", "a"}, {"2", "b"}}));
+
+    ASSERT_TRUE(
+        run(m_session, "create table identity(id int8 generated always as identity, name text)")
+            .ok());
+    const ExecResult refused =
+        insert({1, 2}, {"a", "b"}, "insert into identity (id, name) values({id}, {name})");
+    EXPECT_EQ(refused.errorCode(), pgCode("428C9")) << detailOf(refused);
+    EXPECT_TRUE(all("identity").empty());
+}
+
+TEST_F(PgBatch, TextWithANulByteIsRefusedAndNothingStays) {
+    for (const std::string& sql : m_forms) {
+        const ExecResult status = insert({8, 9}, {"a", std::string("b\0c", 3)}, sql);
+        EXPECT_EQ(status.errorCode(), pgCode("22021")) << sql << ": " << detailOf(status);
+        EXPECT_FALSE(detailOf(status).empty());
+        EXPECT_EQ(rowsOfU(), (Rows{{"0", "dup"}})) << sql;
+    }
+}
+
+// A table recreated with other column types between two batches: the second
+// batch still goes in, with the new types.
+TEST_F(PgBatch, ATableChangedBetweenBatchesIsFollowed) {
+    ASSERT_TRUE(run(m_session, "create table t(v int8)").ok());
+    std::vector<std::string> values{"1", "2"};
+    const std::string sql = "insert into t values({v})";
+    ASSERT_TRUE(batch(m_session, sql, Params().add("v", values).ref()).ok());
+    ASSERT_TRUE(run(m_session, "drop table t").ok());
+    ASSERT_TRUE(run(m_session, "create table t(v date)").ok());
+    values = {"2024-01-01", "2024-01-02"};
+    const ExecResult status = batch(m_session, sql, Params().add("v", values).ref());
+    ASSERT_TRUE(status.ok()) << detailOf(status);
+    EXPECT_EQ(all(), (Rows{{"2024-01-01"}, {"2024-01-02"}}));
+}
+
+}  // namespace
+}  // namespace vorn::test

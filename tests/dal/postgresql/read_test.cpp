@@ -1,0 +1,245 @@
+// PostgreSQL reads: the text of its own types, and reads that stream through
+// server cursors while the same session name and thread go on writing.
+#include <cfloat>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+#include "dal_fixture.h"
+
+namespace vorn::test {
+namespace {
+
+class PgRead : public PgTest {
+  protected:
+    std::string committedCount(const std::string& table) const {
+        const Rows rows = queryElsewhere(m_session, "select count(*) from " + table);
+        return rows.empty() ? "?" : rows[0][0];
+    }
+    // Reads s to its end; returns the number of rows and leaves the status.
+    static long drain(DataSession& s, ExecResult& status) {
+        Row row;
+        long rows = 0;
+        while (s.fetchRow(status, rowTarget(row), 100)) {
+            ++rows;
+        }
+        return rows;
+    }
+};
+
+TEST_F(PgRead, FieldsOfPostgresTypesArriveInTheirTextForm) {
+    const struct {
+        const char* expression;
+        const char* text;
+    } cases[] = {
+        {"true", "true"},  // not PostgreSQL's "t": the reader's int extraction knows "true"
+        {"false", "false"},
+        {"null::boolean", ""},
+        {"''::text", ""},  // the empty text and NULL read alike
+        {"' '::text", " "},
+        {"-5::int4", "-5"},
+        {"(-9223372036854775807 - 1)::int8", "-9223372036854775808"},
+        {"0.1::float4", "0.1"},
+        {"12.50::numeric", "12.50"},
+        {"'2024-02-29'::date", "2024-02-29"},
+        {"array[true, false]", "{t,f}"},  // only plain booleans are spelled out
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(query(m_session, std::string("select ") + c.expression), (Rows{{c.text}}))
+            << c.expression;
+    }
+}
+
+TEST_F(PgRead, DoublesAndFloatsReadBackExactly) {
+    ASSERT_TRUE(run(m_session, "create table t(id int8, d float8, f float4)").ok());
+    const double doubles[] = {
+        0.1, 1.0 / 3, DBL_MAX, DBL_MIN, 5e-324, -2.5e-310, 1e300, 123456789.123456789, -0.0};
+    const float floats[] = {0.1F,      1.0F / 3, FLT_MAX,     FLT_MIN, FLT_TRUE_MIN,
+                            -2.5e-40F, 1e30F,    123456.789F, -0.0F};
+    for (std::size_t i = 0; i < std::size(doubles); ++i) {
+        char sql[200];
+        std::snprintf(sql, sizeof sql, "insert into t values (%zu, '%.17g', '%.9g')", i, doubles[i],
+                      static_cast<double>(floats[i]));
+        ASSERT_TRUE(run(m_session, sql).ok()) << sql;
+    }
+    const Rows rows = all();
+    ASSERT_EQ(rows.size(), std::size(doubles));
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const double d = std::strtod(rows[i][1].c_str(), nullptr);
+        EXPECT_EQ(d, doubles[i]) << rows[i][1];
+        EXPECT_EQ(std::signbit(d), std::signbit(doubles[i])) << rows[i][1];
+        EXPECT_EQ(static_cast<float>(std::strtod(rows[i][2].c_str(), nullptr)), floats[i])
+            << rows[i][2];
+    }
+}
+
+// Autocommit writes made while a read is open are committed at once.
+TEST_F(PgRead, ManyRowsStreamWhileTheSameThreadWrites) {
+    ASSERT_TRUE(run(m_session, "create table log(at int8)").ok());
+    constexpr long kRows = 200000;
+    DataSession reader(m_session.c_str());
+    open(reader,
+         "select g, repeat('x', g % 50) from generate_series(1, " + std::to_string(kRows) + ") g");
+    Row row;
+    ExecResult status;
+    long count = 0;
+    long sum = 0;
+    bool textsRight = true;
+    while (reader.fetchRow(status, rowTarget(row), 100)) {
+        ++count;
+        const long g = std::strtol(row.at(0).str().c_str(), nullptr, 10);
+        sum += g;
+        textsRight =
+            textsRight && row.at(1).str() == std::string(static_cast<std::size_t>(g % 50), 'x');
+        if (count % 50000 == 0) {
+            ASSERT_TRUE(
+                run(m_session, "insert into log values (" + std::to_string(count) + ")").ok());
+            EXPECT_EQ(committedCount("log"), std::to_string(count / 50000));
+        }
+    }
+    EXPECT_TRUE(status.ok()) << detailOf(status);
+    EXPECT_EQ(count, kRows);
+    EXPECT_EQ(sum, kRows * (kRows + 1) / 2);
+    EXPECT_TRUE(textsRight);
+}
+
+// The read transaction of a read opened outside the caller's transaction
+// neither swallows that transaction nor outlives the read.
+TEST_F(PgRead, AReadStaysOpenAcrossTheCallersTransaction) {
+    ASSERT_TRUE(run(m_session, "create table t(v int8)").ok());
+    DataSession reader(m_session.c_str());
+    open(reader, "select g from generate_series(1, 5000) g");
+    Row row;
+    ExecResult status;
+    ASSERT_TRUE(reader.fetchRow(status, rowTarget(row), 100));
+    ASSERT_TRUE(DataSession(m_session.c_str()).beginTransaction().ok());
+    ASSERT_TRUE(run(m_session, "insert into t values (1)").ok());
+    ASSERT_TRUE(DataSession(m_session.c_str()).commit().ok());
+    EXPECT_EQ(committedCount("t"), "1");
+    EXPECT_EQ(fetchAll(reader).size(), 4999U);
+    ASSERT_TRUE(run(m_session, "insert into t values (2)").ok());
+    EXPECT_EQ(committedCount("t"), "2");
+}
+
+// However a read ends, the transaction it ran in ends with it: a setting made
+// local to that transaction is gone for the next read.
+TEST_F(PgRead, AReadThatEndsLeavesNoTransactionBehind) {
+    const std::string local = "set_config('vorn.probe', 'set', true)";
+    const struct {
+        std::string sql;
+        int rowsRead;  // -1: all
+    } cases[] = {
+        {"select " + local, -1},                                 // one chunk
+        {"select " + local + ", generate_series(1, 3000)", -1},  // several chunks
+        {"select " + local + ", generate_series(1, 3000)", 1},   // dropped early
+        {"select " + local + ", generate_series(1, 3000)", 0},   // dropped unread
+        {"select " + local + ", 1 / (g - 200) from generate_series(1, 300) g", -1},  // failed
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.sql);
+        {
+            DataSession reader(m_session.c_str());
+            open(reader, c.sql);
+            Row row;
+            ExecResult status;
+            for (int i = 0; c.rowsRead < 0 || i < c.rowsRead; ++i) {
+                if (!reader.fetchRow(status, rowTarget(row), 100)) {
+                    break;
+                }
+            }
+        }
+        EXPECT_EQ(query(m_session, "select current_setting('vorn.probe', true)"), (Rows{{""}}));
+    }
+}
+
+TEST_F(PgRead, ReadsNestAndAbandonedReadsEndCleanly) {
+    DataSession outer(m_session.c_str());
+    open(outer, "select g from generate_series(1, 300) g");
+    Row row;
+    ExecResult status;
+    long inner = 0;
+    while (outer.fetchRow(status, rowTarget(row), 100)) {
+        DataSession s(m_session.c_str());
+        open(s, "select " + row.at(0).str() + " * 2");
+        Row innerRow;
+        ASSERT_TRUE(s.fetchRow(status, rowTarget(innerRow), 100));
+        inner += std::strtol(innerRow.at(0).str().c_str(), nullptr, 10);
+        if (row.at(0).str() == "150") {
+            DataSession abandoned(m_session.c_str());  // read one row of many, then dropped
+            open(abandoned, "select generate_series(1, 100000)");
+            ASSERT_TRUE(abandoned.fetchRow(status, rowTarget(innerRow), 100));
+        }
+    }
+    EXPECT_TRUE(status.ok()) << detailOf(status);
+    EXPECT_EQ(inner, 300 * 301);
+    ASSERT_TRUE(DataSession(m_session.c_str()).beginTransaction().ok());
+    ASSERT_TRUE(DataSession(m_session.c_str()).commit().ok());
+}
+
+TEST_F(PgRead, StatementsNoCursorCanRunAreReadWhole) {
+    ASSERT_TRUE(run(m_session, "create table t(id serial primary key, v text)").ok());
+    EXPECT_EQ(query(m_session, "insert into t (v) values ('a'), ('b') returning id, v"),
+              (Rows{{"1", "a"}, {"2", "b"}}));
+    EXPECT_EQ(committedCount("t"), "2");  // a write read like this commits as any write
+    EXPECT_EQ(query(m_session,
+                    "with gone as (delete from t where id = 1 returning v) select v from gone"),
+              (Rows{{"a"}}));
+    EXPECT_EQ(query(m_session, "show standard_conforming_strings"), (Rows{{"on"}}));
+    ASSERT_TRUE(DataSession(m_session.c_str()).beginTransaction().ok());
+    EXPECT_EQ(query(m_session, "select v from t for update"), (Rows{{"b"}}));
+    ASSERT_TRUE(DataSession(m_session.c_str()).commit().ok());
+}
+
+// Reads kept open across writes, read by turns: each gets its own rows.
+TEST_F(PgRead, ReadsTakenInTurnsKeepTheirOwnRows) {
+    ASSERT_TRUE(run(m_session, "create table t(v int8)").ok());
+    DataSession a(m_session.c_str());
+    DataSession b(m_session.c_str());
+    Row row;
+    ExecResult status;
+    open(a, "select generate_series(1, 5000)");
+    ASSERT_TRUE(a.fetchRow(status, rowTarget(row), 100));
+    ASSERT_TRUE(run(m_session, "insert into t values (1)").ok());
+    open(b, "select generate_series(100001, 105000)");
+    ASSERT_TRUE(b.fetchRow(status, rowTarget(row), 100));
+    ASSERT_TRUE(run(m_session, "insert into t values (2)").ok());
+    long sumA = 1;
+    long sumB = 100001;
+    bool moreA = true;
+    bool moreB = true;
+    while (moreA || moreB) {
+        for (int i = 0; i < 7 && moreA; ++i) {
+            moreA = a.fetchRow(status, rowTarget(row), 100);
+            sumA += moreA ? std::strtol(row.at(0).str().c_str(), nullptr, 10) : 0;
+        }
+        for (int i = 0; i < 5 && moreB; ++i) {
+            moreB = b.fetchRow(status, rowTarget(row), 100);
+            sumB += moreB ? std::strtol(row.at(0).str().c_str(), nullptr, 10) : 0;
+        }
+    }
+    EXPECT_EQ(sumA, 5000L * 5001 / 2);
+    EXPECT_EQ(sumB, 5000L * (100001 + 105000) / 2);
+    EXPECT_EQ(committedCount("t"), "2");
+}
+
+// The server may meet a failure while the caller is still reading earlier
+// rows: the read ends with the store's code, a write made meanwhile is not
+// caught up in it, and the name stays usable.
+TEST_F(PgRead, AFailureInTheMiddleOfAReadEndsOnlyTheRead) {
+    ASSERT_TRUE(run(m_session, "create table t(v int8)").ok());
+    DataSession reader(m_session.c_str());
+    open(reader, "select 1 / (g - 150) from generate_series(1, 300) g");
+    Row row;
+    ExecResult status;
+    ASSERT_TRUE(reader.fetchRow(status, rowTarget(row), 100));
+    ASSERT_TRUE(run(m_session, "insert into t values (1)").ok());
+    EXPECT_EQ(committedCount("t"), "1");
+    EXPECT_LT(drain(reader, status), 149);
+    EXPECT_EQ(status.errorCode(), pgCode("22012")) << detailOf(status);
+    EXPECT_EQ(detailOf(status), "division by zero");
+    ASSERT_TRUE(run(m_session, "insert into t values (2)").ok());
+    EXPECT_EQ(committedCount("t"), "2");
+}
+
+}  // namespace
+}  // namespace vorn::test
