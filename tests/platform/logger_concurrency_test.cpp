@@ -86,26 +86,4 @@ TEST(LoggerConcurrency, EveryRecordReachesExactlyOneCurrentDestination) {
     }
 }
 
-TEST(LoggerConcurrency, DisabledLevelsStayQuietUnderLoad) {
-    std::atomic<int> delivered{0};
-    Logger::setSink([&delivered](const LogRecord&) { ++delivered; });
-    Logger::setLevel(LogLevel::Error);
-    std::vector<std::thread> threads;
-    threads.reserve(kLoggers);
-    for (int t = 0; t < kLoggers; ++t) {
-        threads.emplace_back([] {
-            for (int i = 0; i < kRecordsEach; ++i) {
-                Logger::trace(SourceLocation{"Worker", "run", 1}, "t");
-                Logger::info(SourceLocation{"Worker", "run", 2}, "i");
-            }
-        });
-    }
-    for (auto& thread : threads) {
-        thread.join();
-    }
-    Logger::logToStderr();
-    Logger::setLevel(LogLevel::Info);
-    EXPECT_EQ(delivered.load(), 0);
-}
-
 }  // namespace
