@@ -8,18 +8,6 @@ namespace {
 
 using namespace std::string_literals;
 
-TEST(StatementIdTest, JoinsSourceFunctionAndLine) {
-    EXPECT_EQ(platform::makeStatementId("MiraDB", "execReadSQL", 63), "MiraDB:execReadSQL:63");
-    EXPECT_EQ(platform::makeStatementId(nullptr, nullptr, -1), "::-1");
-}
-
-TEST(ExecResultTest, AFailureMayComeWithoutDetail) {
-    const ExecResult failed = ExecResult::failureWithoutDetail(5);
-    EXPECT_FALSE(failed.ok());
-    EXPECT_EQ(failed.errorCode(), 5U);
-    EXPECT_FALSE(failed.detail().has_value());
-}
-
 using SessionTest = DalTest;
 
 TEST_F(SessionTest, FieldsReadAsTheirTextForm) {
