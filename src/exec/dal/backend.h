@@ -39,7 +39,8 @@ class Cursor {
 // and session name, and used by that thread only.
 //
 // Errors: every failed operation returns the store's own code and message
-// (with no secret of the connection in it, and on one line), or one of the
+// (with no secret of the connection in it; the executor's log lines are
+// scrubbed to one line in any case), or one of the
 // codes of vorn/platform/error_codes.h for the layer's own refusals:
 // errc::kMultipleStatements for text holding a second statement (nothing
 // runs), errc::kUnknownPlaceholder and errc::kBadParameters for batches.
@@ -89,6 +90,9 @@ struct Backend {
 // generated from the backend folders the build includes (see CMakeLists.txt):
 // each provides a function "const Backend& <name>Backend()".
 const std::vector<const Backend*>& compiledBackends();
+
+// The refusal of text that holds more than one statement (errc::kMultipleStatements).
+platform::ExecResult secondStatementRefused();
 
 // The backend for scheme, or null when no backend of this build handles it.
 const Backend* findBackend(std::string_view scheme);

@@ -1,5 +1,6 @@
 #include "exec/dal/backend.h"
 #include "exec/platform/ascii.h"
+#include "vorn/platform/error_codes.h"
 
 namespace vorn::dal {
 
@@ -12,6 +13,11 @@ const Backend* findBackend(std::string_view scheme) {
         }
     }
     return nullptr;
+}
+
+platform::ExecResult secondStatementRefused() {
+    return platform::ExecResult::failure(platform::errc::kMultipleStatements,
+                                         "only one statement may be executed at a time");
 }
 
 std::string knownSchemes() {

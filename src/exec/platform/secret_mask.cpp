@@ -69,16 +69,18 @@ Span pairValue(std::string_view text, std::size_t pos) {
     return {};
 }
 
-// The password of the URL user information after the "://" at pos.
+// The password of the URL user information after the "://" at pos. As libpq
+// reads a URL, the user information runs to an '@' before the first '/', so
+// a password may hold unencoded '?', '#' and blanks; the authority is taken
+// to end at the first '/' or line break.
 Span urlPassword(std::string_view text, std::size_t pos) {
     const std::size_t start = pos + 3;
     std::size_t end = start;
-    while (end < text.size() && !isBlank(text[end]) && text[end] != '/' && text[end] != '?' &&
-           text[end] != '#') {
+    while (end < text.size() && text[end] != '/' && text[end] != '\n' && text[end] != '\r') {
         ++end;
     }
-    // The last '@' ends the user information, so an unencoded '@' in a
-    // password is part of it.
+    // Up to the last '@' there: libpq ends the password at the first one, so
+    // this masks an unencoded '@' of a password (and the rest) as well.
     const std::size_t at = text.substr(start, end - start).rfind('@');
     if (at == std::string_view::npos) {
         return {};
@@ -162,7 +164,11 @@ std::string SecretMask::mask(std::string_view text, const std::vector<std::strin
 std::vector<std::string> SecretMask::valuesIn(std::string_view text) {
     std::vector<std::string> values;
     forEachSecret(text, [&](const Span& span) {
-        const std::string_view raw = text.substr(span.begin, span.end - span.begin);
+        std::string_view raw = text.substr(span.begin, span.end - span.begin);
+        if (raw.size() >= 2 && (raw.front() == '\'' || raw.front() == '"') &&
+            raw.back() == raw.front()) {
+            raw = raw.substr(1, raw.size() - 2);  // the value inside its quotes
+        }
         for (std::string form : {std::string(raw), percentDecoded(raw)}) {
             if (form.size() >= kShortestKnownValue) {
                 values.push_back(std::move(form));

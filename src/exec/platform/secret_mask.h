@@ -18,8 +18,8 @@ namespace vorn::platform {
 // of the authority). Masked, the value reads "***".
 class SecretMask {
   public:
-    // Known values shorter than this are not masked where they stand alone,
-    // since masking them would garble messages more than it protects.
+    // valuesIn leaves out values shorter than this, since masking them where
+    // they stand alone would garble messages more than it protects.
     static constexpr std::size_t kShortestKnownValue = 3;
 
     // text with every secret masked, and every occurrence of known (values

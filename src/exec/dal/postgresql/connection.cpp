@@ -24,10 +24,19 @@ std::vector<std::string> secretsOf(const std::string& url) {
     return secrets;
 }
 
-ExecResult unsupportedCopy() {
-    return pgFailure(pgstate::kFeatureNotSupported,
-                     "COPY FROM STDIN and COPY TO STDOUT are not supported through this "
-                     "interface; use a batch insert");
+// What cannot go to the server as it is: text with a NUL byte (libpq would
+// send only what comes before it, silently dropping the rest; on SQLite such
+// text is a second statement too), and COPY's data streams.
+ExecResult refusal(const std::string& sql) {
+    if (sql.find('\0') != std::string::npos) {
+        return secondStatementRefused();
+    }
+    if (classifyPgStatement(sql) == PgStatementKind::CopyStream) {
+        return pgFailure(pgstate::kFeatureNotSupported,
+                         "COPY FROM STDIN and COPY TO STDOUT are not supported through this "
+                         "interface; use a batch insert");
+    }
+    return {};
 }
 
 }  // namespace
@@ -67,21 +76,23 @@ ExecResult PgConnection::rollback() {
 }
 
 ExecResult PgConnection::execute(const std::string& sql) {
-    if (classifyPgStatement(sql) == PgStatementKind::CopyStream) {
-        return unsupportedCopy();
+    ExecResult status = refusal(sql);
+    if (!status.ok()) {
+        return status;
     }
-    ExecResult status = m_reads->release();
+    status = m_reads->release();
     return status.ok() ? m_link->runOne(m_link->statementScope(sql), sql) : status;
 }
 
 ExecResult PgConnection::query(const std::string& sql, std::unique_ptr<Cursor>& cursor) {
     cursor.reset();
-    if (classifyPgStatement(sql) == PgStatementKind::CopyStream) {
-        return unsupportedCopy();
+    ExecResult status = refusal(sql);
+    if (!status.ok()) {
+        return status;
     }
     PgCursorSlot slot;
     PgChunk first;
-    ExecResult status = m_reads->open(sql, slot, first);
+    status = m_reads->open(sql, slot, first);
     if (status.ok()) {
         cursor = std::make_unique<PgCursor>(m_reads, std::move(slot), std::move(first));
     }
@@ -89,6 +100,9 @@ ExecResult PgConnection::query(const std::string& sql, std::unique_ptr<Cursor>& 
 }
 
 ExecResult PgConnection::executeBatch(const std::string& sql, const BatchParameters& parameters) {
+    if (sql.find('\0') != std::string::npos) {
+        return secondStatementRefused();
+    }
     ExecResult status = m_reads->release();
     return status.ok() ? m_batchWriter.run(sql, parameters) : status;
 }

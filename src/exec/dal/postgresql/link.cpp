@@ -133,7 +133,7 @@ ExecResult PgLink::runUnit(Scope scopeKind, const PgFill& fill, const PgCollect&
         pipeline.query(scope.beginSql());
         scope.begun();
     }
-    const ExecResult filled = fill(pipeline);
+    ExecResult filled = fill(pipeline);
     if (filled.ok() && scope.commitSql() != nullptr) {
         pipeline.query(scope.commitSql());
     }

@@ -3,6 +3,7 @@
 #include <climits>
 #include <string_view>
 
+#include "exec/dal/backend.h"
 #include "vorn/platform/error_codes.h"
 
 namespace vorn::dal {
@@ -49,8 +50,7 @@ ExecResult SqliteStatement::prepare(sqlite3* db, const std::string& sql) {
                           kSqliteDialect)) {
         sqlite3_finalize(m_stmt);
         m_stmt = nullptr;
-        return ExecResult::failure(platform::errc::kMultipleStatements,
-                                   "only one statement may be executed at a time");
+        return secondStatementRefused();
     }
     return {};
 }
