@@ -42,7 +42,6 @@ class TransactionScope {
     TransactionScope(const TransactionScope&) = delete;
     TransactionScope& operator=(const TransactionScope&) = delete;
 
-    Kind kind() const noexcept { return m_kind; }
     // The statements that open and close the unit; null for Kind::None.
     const char* beginSql() const noexcept;
     const char* commitSql() const noexcept;
