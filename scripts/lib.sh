@@ -1,4 +1,4 @@
-# Shared by scripts/demo and scripts/test: package checks and the CMake steps.
+# Shared by scripts/demo, scripts/test and scripts/lint: package checks and the CMake steps.
 # shellcheck shell=bash
 
 # Debian packages needed to build the library, its tests, benchmarks and demo.
