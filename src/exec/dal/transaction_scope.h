@@ -31,12 +31,6 @@ class TransactionScope {
     // Runs one control statement on the connection, now.
     using Run = std::function<platform::ExecResult(const char* sql)>;
 
-    // The kind for a unit of work: a savepoint inside the caller's
-    // transaction, otherwise outside.
-    static Kind choose(bool callerTransaction, Kind outside) noexcept {
-        return callerTransaction ? Kind::Savepoint : outside;
-    }
-
     TransactionScope(Kind kind, Run run) : m_kind(kind), m_run(std::move(run)) {}
     ~TransactionScope() { undo(); }
     TransactionScope(const TransactionScope&) = delete;

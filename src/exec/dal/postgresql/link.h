@@ -71,7 +71,7 @@ class PgLink {
     // The scope for a unit of the library's own work: a savepoint inside the
     // caller's transaction, otherwise outside.
     Scope unitScope(Scope outside) const {
-        return TransactionScope::choose(callerTransactionOpen(), outside);
+        return callerTransactionOpen() ? Scope::Savepoint : outside;
     }
 
     // Runs the commands fill() queues as one pipeline, made one unit as scope
