@@ -52,14 +52,51 @@ std::size_t valueEnd(std::string_view text, std::size_t pos) {
     return i;
 }
 
+int hexValue(char c) {
+    if (c >= '0' && c <= '9') {
+        return c - '0';
+    }
+    const char lower = lowerAscii(c);
+    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+// The character at pos, read as libpq reads a URL's query keys: "%70" is 'p'.
+// width tells how many bytes it took.
+char decodedAt(std::string_view text, std::size_t pos, std::size_t& width) {
+    if (text[pos] == '%' && pos + 2 < text.size() && hexValue(text[pos + 1]) >= 0 &&
+        hexValue(text[pos + 2]) >= 0) {
+        width = 3;
+        return static_cast<char>(hexValue(text[pos + 1]) * 16 + hexValue(text[pos + 2]));
+    }
+    width = 1;
+    return text[pos];
+}
+
+// The end of key written at pos (in any case, any letter possibly
+// percent-encoded), or npos when it is not there.
+std::size_t keyEnd(std::string_view text, std::size_t pos, std::string_view key) {
+    for (const char expected : key) {
+        if (pos >= text.size()) {
+            return std::string_view::npos;
+        }
+        std::size_t width = 0;
+        if (lowerAscii(decodedAt(text, pos, width)) != expected) {
+            return std::string_view::npos;
+        }
+        pos += width;
+    }
+    return pos;
+}
+
 // The value of a secret key followed by '=' (blanks allowed around it) that
 // starts at pos.
 Span pairValue(std::string_view text, std::size_t pos) {
     for (const std::string_view key : kSecretKeys) {
-        if (!startsWithIgnoreCase(text.substr(pos), key)) {
+        const std::size_t end = keyEnd(text, pos, key);
+        if (end == std::string_view::npos) {
             continue;
         }
-        const std::size_t equals = skipSpaces(text, pos + key.size());
+        const std::size_t equals = skipSpaces(text, end);
         if (equals >= text.size() || text[equals] != '=') {
             return {};
         }
@@ -69,18 +106,18 @@ Span pairValue(std::string_view text, std::size_t pos) {
     return {};
 }
 
-// The password of the URL user information after the "://" at pos. As libpq
-// reads a URL, the user information runs to an '@' before the first '/', so
-// a password may hold unencoded '?', '#' and blanks; the authority is taken
-// to end at the first '/' or line break.
-Span urlPassword(std::string_view text, std::size_t pos) {
-    const std::size_t start = pos + 3;
+// The password of the user information that starts at pos, after a scheme:
+// the text up to the last '@' before the first '/' or line break (as libpq
+// reads a URL, the user information runs to an '@' before the first '/', so a
+// password may hold unencoded '?', '#' and blanks; taking the last '@' masks
+// an unencoded '@' of a password, and the rest, as well), from the first ':'
+// on. Without the "//" of a URL (bare) the user name must be there and hold
+// no blank, which keeps "note: a:b@c" and "std::x@y" as they are.
+Span userInfoPassword(std::string_view text, std::size_t start, bool bare) {
     std::size_t end = start;
     while (end < text.size() && text[end] != '/' && text[end] != '\n' && text[end] != '\r') {
         ++end;
     }
-    // Up to the last '@' there: libpq ends the password at the first one, so
-    // this masks an unencoded '@' of a password (and the rest) as well.
     const std::size_t at = text.substr(start, end - start).rfind('@');
     if (at == std::string_view::npos) {
         return {};
@@ -89,7 +126,33 @@ Span urlPassword(std::string_view text, std::size_t pos) {
     if (colon == std::string_view::npos) {
         return {};
     }
+    if (bare &&
+        (colon == 0 || text.substr(start, colon).find_first_of(" \t") != std::string_view::npos)) {
+        return {};
+    }
     return {start + colon + 1, start + at};
+}
+
+bool isSchemeChar(char c) {
+    const char lower = lowerAscii(c);
+    return (lower >= 'a' && lower <= 'z') || (c >= '0' && c <= '9') || c == '+' || c == '-' ||
+           c == '.';
+}
+
+// The password after the ':' at pos that ends a scheme: "scheme://user:pw@"
+// as a URL writes it, and "scheme:user:pw@" as it is sometimes mistyped (and
+// then quoted back whole by libpq's error message).
+Span urlPassword(std::string_view text, std::size_t pos) {
+    if (text.compare(pos, 3, "://") == 0) {
+        return userInfoPassword(text, pos + 3, false);
+    }
+    std::size_t scheme = pos;
+    while (scheme > 0 && isSchemeChar(text[scheme - 1])) {
+        --scheme;
+    }
+    const bool afterScheme =
+        scheme < pos && lowerAscii(text[scheme]) >= 'a' && lowerAscii(text[scheme]) <= 'z';
+    return afterScheme ? userInfoPassword(text, pos + 1, true) : Span{};
 }
 
 // Calls found(span) for each secret of text, left to right.
@@ -97,8 +160,7 @@ template <typename Found>
 void forEachSecret(std::string_view text, Found&& found) {
     std::size_t pos = 0;
     while (pos < text.size()) {
-        const Span span =
-            text.compare(pos, 3, "://") == 0 ? urlPassword(text, pos) : pairValue(text, pos);
+        const Span span = text[pos] == ':' ? urlPassword(text, pos) : pairValue(text, pos);
         if (span.end > span.begin) {
             found(span);
             pos = span.end;
@@ -108,25 +170,12 @@ void forEachSecret(std::string_view text, Found&& found) {
     }
 }
 
-int hexValue(char c) {
-    if (c >= '0' && c <= '9') {
-        return c - '0';
-    }
-    const char lower = lowerAscii(c);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
 std::string percentDecoded(std::string_view text) {
     std::string out;
     out.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '%' && i + 2 < text.size() && hexValue(text[i + 1]) >= 0 &&
-            hexValue(text[i + 2]) >= 0) {
-            out.push_back(static_cast<char>(hexValue(text[i + 1]) * 16 + hexValue(text[i + 2])));
-            i += 2;
-        } else {
-            out.push_back(text[i]);
-        }
+    std::size_t width = 0;
+    for (std::size_t i = 0; i < text.size(); i += width) {
+        out.push_back(decodedAt(text, i, width));
     }
     return out;
 }
