@@ -24,6 +24,9 @@ inline constexpr std::uint64_t kBadParameters = kAdapterBase + 3;
 inline constexpr std::uint64_t kNoResult = kAdapterBase + 4;
 // A batch placeholder names no column of the parameter set.
 inline constexpr std::uint64_t kUnknownPlaceholder = kAdapterBase + 5;
+// fetchRow in a child of fork() on a result the parent opened; the result is
+// the parent's, so the child gets none of its rows.
+inline constexpr std::uint64_t kInheritedResult = kAdapterBase + 6;
 }  // namespace errc
 
 // PostgreSQL errors: 0x5047 ("PG") in the two top bytes, the five ASCII

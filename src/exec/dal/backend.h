@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -72,6 +73,20 @@ class Connection {
     // False once the connection is known to be unusable (e.g. the server went
     // away); the connection cache then opens a new one at the next use.
     virtual bool usable() const { return true; }
+    // Whether a transaction is open, begun by begin() or by a statement; the
+    // connection cache never closes a connection while one is.
+    virtual bool inTransaction() const = 0;
+
+    // How many sessions hold the connection (see ConnectionLease). Entered
+    // under the connection cache's lock; the acquire load pairs with the
+    // release of the last session to leave, so whoever sees zero may use and
+    // close the connection from another thread.
+    void enterSession() noexcept { m_sessions.fetch_add(1, std::memory_order_relaxed); }
+    void leaveSession() noexcept { m_sessions.fetch_sub(1, std::memory_order_release); }
+    bool heldBySession() const noexcept { return m_sessions.load(std::memory_order_acquire) != 0; }
+
+  private:
+    std::atomic<int> m_sessions{0};
 };
 
 // A backend, chosen by the scheme of a data-source URL.

@@ -1,8 +1,10 @@
+#include <cstdint>
 #include <memory>
 
 #include "exec/dal/backend.h"
 #include "exec/dal/batch_parameters.h"
 #include "exec/dal/connection_cache.h"
+#include "exec/dal/inherited.h"
 #include "vorn/platform/data_access.h"
 #include "vorn/platform/error_codes.h"
 
@@ -12,24 +14,46 @@ struct DataSession::Impl {
     enum class Result { None, Open, Ended };
 
     explicit Impl(const char* sessionName) : name(sessionName != nullptr ? sessionName : "") {}
+    ~Impl() { leaveIfInherited(); }
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl&) = delete;
 
-    // Takes this thread's connection for the name at the first call that needs it.
+    // Takes this thread's connection for the name at the first call that
+    // needs it (again, when the process has forked since).
     ExecResult connect() {
         ExecResult status;
+        leaveIfInherited();
         if (!connection) {
             connection = dal::ConnectionCache::acquire(name, status);
+            forkGeneration = dal::forkGeneration();
         }
         return status;
     }
 
-    void endResult() noexcept {
+    // In a child of fork(), the connection and open result are the parent's:
+    // they are abandoned, never used or closed here. True when that happened
+    // to an open result.
+    bool leaveIfInherited() {
+        if (!connection || forkGeneration == dal::forkGeneration()) {
+            return false;
+        }
+        const bool hadResult = result == Result::Open;
+        dal::abandonInherited(std::move(cursor));
+        dal::abandonInherited(connection.release());
+        result = Result::None;
+        return hadResult;
+    }
+
+    void endResult() {
+        leaveIfInherited();
         cursor.reset();
         result = Result::None;
     }
 
     std::string name;
     // Declared before the cursor, which must go first.
-    std::shared_ptr<dal::Connection> connection;
+    dal::ConnectionLease connection;
+    std::uint64_t forkGeneration = 0;
     std::unique_ptr<dal::Cursor> cursor;
     Result result = Result::None;
 };
@@ -98,6 +122,12 @@ bool DataSession::fetchRow(ExecResult& status, const TypedRef& rowTarget, int /*
         status = ExecResult::failure(errc::kBadParameters,
                                      "the row target must refer to a Row (type code " +
                                          std::to_string(typecode::kRowTarget) + ")");
+        return false;
+    }
+    if (m_impl->leaveIfInherited()) {
+        status = ExecResult::failure(errc::kInheritedResult,
+                                     "the result was opened before fork(), by the parent process; "
+                                     "run the read again in this process");
         return false;
     }
     switch (m_impl->result) {

@@ -38,6 +38,8 @@ class PgConnection final : public Connection {
     platform::ExecResult executeBatch(const std::string& sql,
                                       const BatchParameters& parameters) override;
     bool usable() const override { return !m_link->broken(); }
+    // The caller's transaction; the read path's own closes with its reads.
+    bool inTransaction() const override { return m_link->callerTransactionOpen(); }
 
   private:
     explicit PgConnection(std::shared_ptr<PgLink> link)

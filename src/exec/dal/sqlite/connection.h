@@ -34,6 +34,7 @@ class SqliteConnection final : public Connection {
     // See runSqliteBatch.
     platform::ExecResult executeBatch(const std::string& sql,
                                       const BatchParameters& parameters) override;
+    bool inTransaction() const override { return sqlite3_get_autocommit(m_db) == 0; }
 
   private:
     SqliteConnection(sqlite3* db, bool readOnly) noexcept : m_db(db), m_readOnly(readOnly) {}

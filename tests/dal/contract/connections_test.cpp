@@ -1,0 +1,151 @@
+// Closing connections: the calling thread's, every thread's and idle ones,
+// never under an open reader or transaction. A TEMP table lives as long as its
+// connection, so whether it is still there tells whether the connection was.
+#include "vorn/connections.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+#include "dal_fixture.h"
+
+namespace vorn::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+class ConnectionsTest : public DalTest {
+  protected:
+    void TearDown() override {
+        setConnectionIdleTimeout(kDefaultIdle);
+        DalTest::TearDown();
+    }
+
+    // Whether this thread still has the connection that made its TEMP table.
+    bool sameConnection() const { return run(m_session, "select * from marker").ok(); }
+    void markConnection() const {
+        ASSERT_TRUE(run(m_session, "create temp table marker(v integer)").ok());
+    }
+
+    const std::chrono::milliseconds kDefaultIdle = connectionIdleTimeout();
+};
+
+// Runs steps on a thread of its own, one at a time on request, so that each
+// step uses that thread's connections.
+class Worker {
+  public:
+    Worker()
+        : m_thread([this] {
+              std::unique_lock<std::mutex> lock(m_mutex);
+              for (;;) {
+                  m_wake.wait(lock, [this] { return m_step || m_stop; });
+                  if (!m_step) {
+                      return;
+                  }
+                  m_step();
+                  m_step = nullptr;
+                  m_wake.notify_all();
+              }
+          }) {}
+    ~Worker() {
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_stop = true;
+        }
+        m_wake.notify_all();
+        m_thread.join();
+    }
+    Worker(const Worker&) = delete;
+    Worker& operator=(const Worker&) = delete;
+
+    void run(std::function<void()> step) {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_step = std::move(step);
+        m_wake.notify_all();
+        m_wake.wait(lock, [this] { return !m_step; });
+    }
+
+  private:
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    std::function<void()> m_step;
+    bool m_stop = false;
+    std::thread m_thread;  // last: starts once the rest is made
+};
+
+TEST_F(ConnectionsTest, TheThreadsConnectionsCloseButNotUnderAReaderOrATransaction) {
+    seed();
+    markConnection();
+    EXPECT_GE(closeConnections(), 1U);  // with the set-up's on PostgreSQL
+    EXPECT_FALSE(sameConnection());
+
+    // A reader keeps its connection: it reads to the end, the thread's next
+    // call gets a new one.
+    markConnection();
+    DataSession reader(m_session.c_str());
+    open(reader, "select name from t order by id");
+    EXPECT_EQ(closeConnections(), 0U);
+    EXPECT_FALSE(sameConnection());
+    EXPECT_EQ(fetchAll(reader), (Rows{{"one"}, {"two"}}));
+
+    // A transaction keeps its connection to the end: nothing of it is lost.
+    markConnection();
+    ASSERT_TRUE(DataSession(m_session.c_str()).beginTransaction().ok());
+    ASSERT_TRUE(run(m_session, "insert into t values(3, 'three')").ok());
+    EXPECT_EQ(closeConnections(), 0U);
+    EXPECT_TRUE(sameConnection());
+    ASSERT_TRUE(DataSession(m_session.c_str()).commit().ok());
+    EXPECT_FALSE(sameConnection());  // closed at the first call after the commit
+    EXPECT_EQ(queryElsewhere(m_session, "select count(*) from t"), (Rows{{"3"}}));
+}
+
+TEST_F(ConnectionsTest, EveryThreadsConnectionsCloseFromAnyThread) {
+    seed();
+    Worker idle;
+    Worker inTransaction;
+    bool kept = false;
+    idle.run([&] { markConnection(); });
+    inTransaction.run([&] {
+        markConnection();
+        ASSERT_TRUE(DataSession(m_session.c_str()).beginTransaction().ok());
+        ASSERT_TRUE(run(m_session, "insert into t values(3, 'three')").ok());
+    });
+    EXPECT_GE(closeAllConnections(), 1U);
+    idle.run([&] { kept = sameConnection(); });
+    EXPECT_FALSE(kept);
+    inTransaction.run([&] {
+        kept = sameConnection();
+        EXPECT_TRUE(DataSession(m_session.c_str()).commit().ok());
+    });
+    EXPECT_TRUE(kept);
+    inTransaction.run([&] { kept = sameConnection(); });
+    EXPECT_FALSE(kept);
+    EXPECT_EQ(query(m_session, "select count(*) from t"), (Rows{{"3"}}));
+}
+
+TEST_F(ConnectionsTest, IdleConnectionsCloseAfterTheIdleTime) {
+    Worker parked;
+    bool kept = false;
+    setConnectionIdleTimeout(0ms);  // never
+    parked.run([&] { markConnection(); });
+    EXPECT_EQ(closeIdleConnections(), 0U);
+
+    setConnectionIdleTimeout(20ms);
+    EXPECT_EQ(connectionIdleTimeout(), 20ms);
+    std::this_thread::sleep_for(60ms);
+    // Any thread's call closes the idle connections of the others.
+    EXPECT_TRUE(run(m_session, "select 1").ok());
+    parked.run([&] { kept = sameConnection(); });
+    EXPECT_FALSE(kept);
+
+    parked.run([&] { markConnection(); });
+    std::this_thread::sleep_for(60ms);
+    EXPECT_GE(closeIdleConnections(), 1U);
+    parked.run([&] { kept = sameConnection(); });
+    EXPECT_FALSE(kept);
+}
+
+}  // namespace
+}  // namespace vorn::test
