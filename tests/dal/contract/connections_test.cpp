@@ -3,11 +3,13 @@
 // connection, so whether it is still there tells whether the connection was.
 #include "vorn/connections.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 #include "dal_fixture.h"
 
@@ -27,6 +29,23 @@ class ConnectionsTest : public DalTest {
     bool sameConnection() const { return run(m_session, "select * from marker").ok(); }
     void markConnection() const {
         ASSERT_TRUE(run(m_session, "create temp table marker(v integer)").ok());
+    }
+
+    // Inserts rows id and id + 1 in one transaction while a reader is open;
+    // the first failure.
+    ExecResult twoRowsUnderAnOpenReader(int id) const {
+        DataSession reader(m_session.c_str());
+        ExecResult status =
+            reader.execute("r", SqlKind::Read, "select count(*) from t", NoParameters{});
+        if (status.ok()) {
+            status = DataSession(m_session.c_str()).beginTransaction();
+        }
+        for (const int row : {id, id + 1}) {
+            if (status.ok()) {
+                status = run(m_session, "insert into t values(" + std::to_string(row) + ", 'r')");
+            }
+        }
+        return status.ok() ? DataSession(m_session.c_str()).commit() : status;
     }
 
     const std::chrono::milliseconds kDefaultIdle = connectionIdleTimeout();
@@ -145,6 +164,41 @@ TEST_F(ConnectionsTest, IdleConnectionsCloseAfterTheIdleTime) {
     EXPECT_GE(closeIdleConnections(), 1U);
     parked.run([&] { kept = sameConnection(); });
     EXPECT_FALSE(kept);
+}
+
+TEST_F(ConnectionsTest, ClosingFromOtherThreadsNeverCutsIntoACall) {
+    ASSERT_TRUE(run(m_session, "create table t(id integer primary key, name text)").ok());
+    constexpr int kThreads = 3;
+    constexpr int kUnits = 40;
+    setConnectionIdleTimeout(1ms);
+    std::atomic<bool> done{false};
+    std::atomic<int> failed{0};
+    std::thread closer([&] {
+        while (!done) {
+            closeAllConnections();
+            closeIdleConnections();
+            std::this_thread::yield();
+        }
+    });
+    std::vector<std::thread> writers;
+    for (int w = 0; w < kThreads; ++w) {
+        writers.emplace_back([&, w] {
+            for (int unit = 0; unit < kUnits; ++unit) {
+                const ExecResult status = twoRowsUnderAnOpenReader((w * kUnits + unit) * 2);
+                if (!status.ok() && failed++ == 0) {
+                    ADD_FAILURE() << status.errorCode() << ": " << detailOf(status);
+                }
+            }
+        });
+    }
+    for (std::thread& writer : writers) {
+        writer.join();
+    }
+    done = true;
+    closer.join();
+    EXPECT_EQ(failed, 0);
+    EXPECT_EQ(query(m_session, "select count(*) from t"),
+              (Rows{{std::to_string(2 * kThreads * kUnits)}}));
 }
 
 }  // namespace
