@@ -5,6 +5,7 @@
 #include "exec/dal/postgresql/copy_stream.h"
 #include "exec/dal/postgresql/errors.h"
 #include "exec/dal/postgresql/pipeline.h"
+#include "exec/dal/postgresql/session_mode.h"
 #include "exec/dal/postgresql/statement_kind.h"
 #include "exec/platform/secret_mask.h"
 #include "vorn/platform/error_codes.h"
@@ -63,14 +64,29 @@ std::shared_ptr<PgLink> PgLink::open(const PgSettings& settings, std::vector<std
     }
     PQsetNoticeReceiver(conn, &traceNotice, nullptr);
     std::shared_ptr<PgLink> link(new PgLink(conn, settings, std::move(secrets)));
-    if (PQserverVersion(conn) < kShortestFloatServer) {
-        status = link->runOne(Scope::None, "SET extra_float_digits = 3");
+    // One round trip, and only when the server's defaults need it: runUnit
+    // restores the session mode before anything it runs.
+    const bool oldServer = PQserverVersion(conn) < kShortestFloatServer;
+    if (oldServer || !pgSessionModeHolds(conn)) {
+        status = link->runUnit(
+            Scope::None,
+            [oldServer](PgPipeline& p) {
+                if (oldServer) {
+                    p.query("SET extra_float_digits = 3");
+                }
+                return ExecResult();
+            },
+            nullptr, "");
         if (!status.ok()) {
             return nullptr;
         }
     }
     status = ExecResult();
     return link;
+}
+
+std::shared_ptr<PgLink> PgLink::reopen(ExecResult& status) const {
+    return open(m_settings, m_secrets, status);
 }
 
 bool PgLink::inTransaction() const {
@@ -129,6 +145,10 @@ ExecResult PgLink::runUnit(Scope scopeKind, const PgFill& fill, const PgCollect&
     // pipeline has ended.
     TransactionScope scope(scopeKind, controlRunner());
     PgPipeline pipeline(m_conn);
+    if (transactionStatus() != PQTRANS_INERROR) {
+        // A failed transaction refuses every command but the one that ends it.
+        pgQueueSessionMode(m_conn, pipeline);
+    }
     if (scope.beginSql() != nullptr) {
         pipeline.query(scope.beginSql());
         scope.begun();
@@ -186,6 +206,14 @@ ExecResult PgLink::runCopy(const std::string& copySql, const PgCopyFeed& feed,
         return lostFailure();
     }
     settle();
+    // The rows travel in the client encoding.
+    if (!pgSessionModeHolds(m_conn)) {
+        const ExecResult restored =
+            runUnit(Scope::None, [](PgPipeline&) { return ExecResult(); }, nullptr, sql);
+        if (!restored.ok()) {
+            return restored;
+        }
+    }
     const bool callerTransaction = callerTransactionOpen();
     TransactionScope scope(unitScope(Scope::None), controlRunner());
     ExecResult status = scope.begin();
