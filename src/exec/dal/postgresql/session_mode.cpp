@@ -17,8 +17,8 @@ bool standardStrings(const PGconn* conn) {
 // old alias "UNICODE" as it was given.
 bool utf8Client(const PGconn* conn) {
     const char* value = PQparameterStatus(conn, "client_encoding");
-    return value != nullptr &&
-           (platform::equalsIgnoreCase(value, "UTF8") || platform::equalsIgnoreCase(value, "UNICODE"));
+    return value != nullptr && (platform::equalsIgnoreCase(value, "UTF8") ||
+                                platform::equalsIgnoreCase(value, "UNICODE"));
 }
 
 }  // namespace
