@@ -114,7 +114,7 @@ TEST_F(PgFaultTest, AServerStoppedInTheMiddleOfABatchKeepsNoRowOfIt) {
                          1) == Rows{{"1"}};
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }
-        stopped = crash();
+        stopped = waited && crash();
     });
     locked.get_future().wait();
     BatchInserter large = rowsOf(1001, 100000);
