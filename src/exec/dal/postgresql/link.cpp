@@ -208,7 +208,7 @@ ExecResult PgLink::runCopy(const std::string& copySql, const PgCopyFeed& feed,
     settle();
     // The rows travel in the client encoding.
     if (!pgSessionModeHolds(m_conn)) {
-        const ExecResult restored = runUnit(
+        ExecResult restored = runUnit(
             Scope::None, [](PgPipeline&) { return ExecResult(); }, nullptr, sql);
         if (!restored.ok()) {
             return restored;
