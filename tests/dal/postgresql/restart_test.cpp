@@ -79,6 +79,13 @@ TEST_F(PgRestart, WritesAndReadsInATransactionAreNotRunAgain) {
     ASSERT_TRUE(DataSession(transaction.c_str()).beginTransaction().ok());
     ASSERT_TRUE(run(transaction, "insert into t values ('uncommitted')").ok());
     const std::string locking = connected("locking");
+    // Without statement rollback a read in a transaction asks for its next
+    // rows ahead; a second read must still see the transaction.
+    const std::string ahead = connected("ahead");
+    ASSERT_EQ(bindDataSource(ahead, withOptions(m_url, "vorn_statement_rollback=off")), 0U);
+    ASSERT_TRUE(DataSession(ahead.c_str()).beginTransaction().ok());
+    DataSession reader(ahead.c_str());
+    open(reader, "select generate_series(1, 100000)");
     restart();
 
     expectLost(run(writer, "insert into t values ('lost')"), "write");
@@ -88,6 +95,7 @@ TEST_F(PgRestart, WritesAndReadsInATransactionAreNotRunAgain) {
               std::string::npos)
         << detailOf(inTransaction);
     expectLost(run(locking, "select v from t for update", SqlKind::Read), "read with row locks");
+    expectLost(run(ahead, "select v from t", SqlKind::Read), "read beside a read in a transaction");
 
     ASSERT_TRUE(run(writer, "insert into t values ('after')").ok());
     EXPECT_EQ(query(transaction, "select v from t order by v"), (Rows{{"after"}, {"committed"}}));

@@ -91,6 +91,9 @@ ExecResult PgConnection::query(const std::string& sql, std::unique_ptr<Cursor>& 
     if (!status.ok()) {
         return status;
     }
+    // The transaction state is known once the answer of a command sent ahead
+    // (a fetch of another read, say) has been read.
+    m_link->settle();
     const bool retryable = !m_link->broken() && !m_link->callerTransactionOpen() &&
                            classifyPgStatement(sql) == PgStatementKind::CursorQuery;
     status = openRead(sql, cursor);
