@@ -166,9 +166,9 @@ INSTANTIATE_TEST_SUITE_P(Off, PgQuotingModeTest,
                          ::testing::Values(Off::DatabaseDefault, Off::RoleDefault, Off::SessionSet),
                          caseName);
 
-// A raw SET inside a transaction: the next statement of the transaction is
-// already back in the library's mode, and so is everything after the commit.
-TEST_F(PgSessionModeTest, ARawSetInsideATransactionDoesNotReachTheNextStatement) {
+// A raw SET, inside a transaction or not: the next statement is already back
+// in the library's mode.
+TEST_F(PgSessionModeTest, ARawSetLastsOnlyUntilTheNextStatement) {
     ASSERT_EQ(runWrite("create table t(id integer, name text)"), 0u);
     CVORN* db = nullptr;
     GuardDB guard("TaskDB", db, false);
@@ -181,6 +181,9 @@ TEST_F(PgSessionModeTest, ARawSetInsideATransactionDoesNotReachTheNextStatement)
     ASSERT_EQ(db->commitTransaction(), 0u);
     EXPECT_EQ(ids(CVORNTable("t")["name"] >= kSecondRow), (std::vector<long>{3}));
     EXPECT_EQ(runQuery("select id, name from t", 2), (Rows{{"3", kSecondRow}}));
+    // Statements that refuse to run in a pipeline or a transaction still run.
+    ASSERT_EQ(runWrite("set standard_conforming_strings = off"), 0u);
+    EXPECT_EQ(runWrite("vacuum t"), 0u);
 }
 
 // With LATIN1 as the role's client encoding in the database, or set by the

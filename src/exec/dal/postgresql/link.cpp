@@ -64,22 +64,12 @@ std::shared_ptr<PgLink> PgLink::open(const PgSettings& settings, std::vector<std
     }
     PQsetNoticeReceiver(conn, &traceNotice, nullptr);
     std::shared_ptr<PgLink> link(new PgLink(conn, settings, std::move(secrets)));
-    // One round trip, and only when the server's defaults need it: runUnit
-    // restores the session mode before anything it runs.
-    const bool oldServer = PQserverVersion(conn) < kShortestFloatServer;
-    if (oldServer || !pgSessionModeHolds(conn)) {
-        status = link->runUnit(
-            Scope::None,
-            [oldServer](PgPipeline& p) {
-                if (oldServer) {
-                    p.query("SET extra_float_digits = 3");
-                }
-                return ExecResult();
-            },
-            nullptr, "");
-        if (!status.ok()) {
-            return nullptr;
-        }
+    status = link->keepSessionMode();
+    if (status.ok() && PQserverVersion(conn) < kShortestFloatServer) {
+        status = link->runOne(Scope::None, "SET extra_float_digits = 3");
+    }
+    if (!status.ok()) {
+        return nullptr;
     }
     status = ExecResult();
     return link;
@@ -125,6 +115,23 @@ ExecResult PgLink::failureOf(const PGresult* failure, bool connectionFailed, std
     return status;
 }
 
+// A round trip of its own, only when the mode changed: in the unit's pipeline
+// the SETs would be undone with a failing unit, and would keep statements that
+// refuse to run in a pipeline (VACUUM, CREATE DATABASE, ...) from running.
+ExecResult PgLink::keepSessionMode() {
+    // A failed transaction refuses every command but the one that ends it.
+    if (pgSessionModeHolds(m_conn) || transactionStatus() == PQTRANS_INERROR) {
+        return {};
+    }
+    const bool callerTransaction = callerTransactionOpen();
+    PgPipeline pipeline(m_conn);
+    pgQueueSessionMode(m_conn, pipeline);
+    if (!pipeline.finish()) {
+        return failureOf(pipeline.failure(), pipeline.connectionFailed(), "", callerTransaction);
+    }
+    return {};
+}
+
 // Undo statements of a scope run as units of their own, after the failed one.
 TransactionScope::Run PgLink::controlRunner() {
     return [this](const char* sql) { return runControl(sql); };
@@ -140,15 +147,15 @@ ExecResult PgLink::runUnit(Scope scopeKind, const PgFill& fill, const PgCollect&
         return lostFailure();
     }
     settle();
+    ExecResult restored = keepSessionMode();
+    if (!restored.ok()) {
+        return restored;
+    }
     const bool callerTransaction = callerTransactionOpen();
     // Declared before the pipeline: a failed unit is undone after the
     // pipeline has ended.
     TransactionScope scope(scopeKind, controlRunner());
     PgPipeline pipeline(m_conn);
-    if (transactionStatus() != PQTRANS_INERROR) {
-        // A failed transaction refuses every command but the one that ends it.
-        pgQueueSessionMode(m_conn, pipeline);
-    }
     if (scope.beginSql() != nullptr) {
         pipeline.query(scope.beginSql());
         scope.begun();
@@ -206,13 +213,9 @@ ExecResult PgLink::runCopy(const std::string& copySql, const PgCopyFeed& feed,
         return lostFailure();
     }
     settle();
-    // The rows travel in the client encoding.
-    if (!pgSessionModeHolds(m_conn)) {
-        ExecResult restored = runUnit(
-            Scope::None, [](PgPipeline&) { return ExecResult(); }, nullptr, sql);
-        if (!restored.ok()) {
-            return restored;
-        }
+    ExecResult restored = keepSessionMode();  // the rows travel in the client encoding
+    if (!restored.ok()) {
+        return restored;
     }
     const bool callerTransaction = callerTransactionOpen();
     TransactionScope scope(unitScope(Scope::None), controlRunner());

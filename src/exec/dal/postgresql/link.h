@@ -38,8 +38,8 @@ using PgCopyFeed = std::function<platform::ExecResult(PgCopyStream&)>;
 //
 // Every unit runs in the session mode the library's quoting assumes
 // (standard_conforming_strings on, client encoding UTF8; see session_mode.h):
-// the connection is put in it when it opens, and put back before a unit when
-// a statement of the caller's changed it.
+// the connection is put in it when it opens, and put back (one round trip)
+// before a unit when a statement of the caller's changed it.
 //
 // A connection lost to a server restart or a network fault is detected at the
 // call that meets it: that call fails (the detail says so, and that an open
@@ -115,6 +115,8 @@ class PgLink {
                                    std::string_view sql, bool callerTransaction);
     platform::ExecResult feedCopy(const PgCopyFeed& feed, bool& sent, PgResult& result);
     platform::ExecResult runControl(const char* sql);
+    // Puts the session back in the mode of session_mode.h when it left it.
+    platform::ExecResult keepSessionMode();
     TransactionScope::Run controlRunner();
 
     // The answer of a command sent ahead with a tag.

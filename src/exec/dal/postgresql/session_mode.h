@@ -20,8 +20,8 @@ class PgPipeline;
 bool pgSessionModeHolds(const PGconn* conn);
 
 // Queues the SETs that bring conn back to the session mode (none when it
-// holds). Within a transaction they are undone with it, which the server
-// reports, so the next check sees it.
+// holds). Within a transaction they are undone with it; the server reports
+// that too, so the next check sees it.
 void pgQueueSessionMode(const PGconn* conn, PgPipeline& pipeline);
 
 }  // namespace vorn::dal
