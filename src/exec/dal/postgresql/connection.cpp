@@ -7,6 +7,7 @@
 #include "exec/dal/postgresql/errors.h"
 #include "exec/dal/postgresql/statement_kind.h"
 #include "exec/platform/secret_mask.h"
+#include "vorn/platform/logger.h"
 
 namespace vorn::dal {
 namespace {
@@ -90,13 +91,43 @@ ExecResult PgConnection::query(const std::string& sql, std::unique_ptr<Cursor>& 
     if (!status.ok()) {
         return status;
     }
+    // The transaction state is known once the answer of a command sent ahead
+    // (a fetch of another read, say) has been read.
+    m_link->settle();
+    const bool retryable = !m_link->broken() && !m_link->callerTransactionOpen() &&
+                           classifyPgStatement(sql) == PgStatementKind::CursorQuery;
+    status = openRead(sql, cursor);
+    if (status.ok() || !retryable || !m_link->broken() || !reconnect()) {
+        return status;
+    }
+    platform::Logger::info({"PgConnection", "query", __LINE__},
+                           "the connection to the PostgreSQL server was lost before the read "
+                           "returned a row; the read runs again on a new connection");
+    return openRead(sql, cursor);
+}
+
+ExecResult PgConnection::openRead(const std::string& sql, std::unique_ptr<Cursor>& cursor) {
     PgCursorSlot slot;
     PgChunk first;
-    status = m_reads->open(sql, slot, first);
+    ExecResult status = m_reads->open(sql, slot, first);
     if (status.ok()) {
         cursor = std::make_unique<PgCursor>(m_reads, std::move(slot), std::move(first));
     }
     return status;
+}
+
+bool PgConnection::reconnect() {
+    ExecResult status;
+    std::shared_ptr<PgLink> link = m_link->reopen(status);
+    if (!link) {
+        return false;
+    }
+    // The writer refers to the link it was made for: it goes first.
+    m_batchWriter.reset();
+    m_link = std::move(link);
+    m_reads = std::make_shared<PgReads>(m_link);
+    m_batchWriter.emplace(*m_link);
+    return true;
 }
 
 ExecResult PgConnection::executeBatch(const std::string& sql, const BatchParameters& parameters) {
@@ -104,7 +135,7 @@ ExecResult PgConnection::executeBatch(const std::string& sql, const BatchParamet
         return secondStatementRefused();
     }
     ExecResult status = m_reads->release();
-    return status.ok() ? m_batchWriter.run(sql, parameters) : status;
+    return status.ok() ? m_batchWriter->run(sql, parameters) : status;
 }
 
 }  // namespace vorn::dal

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "exec/dal/backend.h"
@@ -20,6 +21,12 @@ namespace vorn::dal {
 // Inside the caller's transaction each statement runs in a savepoint
 // (vorn_statement_rollback, on by default), so a failing statement undoes only
 // itself and the transaction goes on, as on SQLite.
+//
+// A read that meets a lost connection runs once more on a new one when that is
+// safe: outside the caller's transaction (the read's own transaction, never
+// committed, took whatever the statement did with it), a statement that reads
+// through a cursor (not one read whole, which may write and commit), and
+// before any row reached the caller. Nothing else is tried again.
 class PgConnection final : public Connection {
   public:
     // Connects with settings; url (as bound) tells which secrets to keep out
@@ -45,13 +52,17 @@ class PgConnection final : public Connection {
     explicit PgConnection(std::shared_ptr<PgLink> link)
         : m_link(std::move(link)),
           m_reads(std::make_shared<PgReads>(m_link)),
-          m_batchWriter(*m_link) {}
+          m_batchWriter(std::in_place, *m_link) {}
 
     platform::ExecResult control(const char* sql, PgResult* kept = nullptr);
+    platform::ExecResult openRead(const std::string& sql, std::unique_ptr<Cursor>& cursor);
+    // Moves to a new connection; the cursors of reads still open keep the
+    // lost one, and fail on it. False (nothing changed) when connecting fails.
+    bool reconnect();
 
     std::shared_ptr<PgLink> m_link;
     std::shared_ptr<PgReads> m_reads;
-    PgBatchWriter m_batchWriter;
+    std::optional<PgBatchWriter> m_batchWriter;
 };
 
 }  // namespace vorn::dal

@@ -5,6 +5,7 @@
 #include "exec/dal/postgresql/copy_stream.h"
 #include "exec/dal/postgresql/errors.h"
 #include "exec/dal/postgresql/pipeline.h"
+#include "exec/dal/postgresql/session_mode.h"
 #include "exec/dal/postgresql/statement_kind.h"
 #include "exec/platform/secret_mask.h"
 #include "vorn/platform/error_codes.h"
@@ -63,14 +64,19 @@ std::shared_ptr<PgLink> PgLink::open(const PgSettings& settings, std::vector<std
     }
     PQsetNoticeReceiver(conn, &traceNotice, nullptr);
     std::shared_ptr<PgLink> link(new PgLink(conn, settings, std::move(secrets)));
-    if (PQserverVersion(conn) < kShortestFloatServer) {
+    status = link->keepSessionMode();
+    if (status.ok() && PQserverVersion(conn) < kShortestFloatServer) {
         status = link->runOne(Scope::None, "SET extra_float_digits = 3");
-        if (!status.ok()) {
-            return nullptr;
-        }
+    }
+    if (!status.ok()) {
+        return nullptr;
     }
     status = ExecResult();
     return link;
+}
+
+std::shared_ptr<PgLink> PgLink::reopen(ExecResult& status) const {
+    return open(m_settings, m_secrets, status);
 }
 
 bool PgLink::inTransaction() const {
@@ -109,6 +115,23 @@ ExecResult PgLink::failureOf(const PGresult* failure, bool connectionFailed, std
     return status;
 }
 
+// A round trip of its own, only when the mode changed: in the unit's pipeline
+// the SETs would be undone with a failing unit, and would keep statements that
+// refuse to run in a pipeline (VACUUM, CREATE DATABASE, ...) from running.
+ExecResult PgLink::keepSessionMode() {
+    // A failed transaction refuses every command but the one that ends it.
+    if (pgSessionModeHolds(m_conn) || transactionStatus() == PQTRANS_INERROR) {
+        return {};
+    }
+    const bool callerTransaction = callerTransactionOpen();
+    PgPipeline pipeline(m_conn);
+    pgQueueSessionMode(m_conn, pipeline);
+    if (!pipeline.finish()) {
+        return failureOf(pipeline.failure(), pipeline.connectionFailed(), "", callerTransaction);
+    }
+    return {};
+}
+
 // Undo statements of a scope run as units of their own, after the failed one.
 TransactionScope::Run PgLink::controlRunner() {
     return [this](const char* sql) { return runControl(sql); };
@@ -124,6 +147,10 @@ ExecResult PgLink::runUnit(Scope scopeKind, const PgFill& fill, const PgCollect&
         return lostFailure();
     }
     settle();
+    ExecResult restored = keepSessionMode();
+    if (!restored.ok()) {
+        return restored;
+    }
     const bool callerTransaction = callerTransactionOpen();
     // Declared before the pipeline: a failed unit is undone after the
     // pipeline has ended.
@@ -186,6 +213,10 @@ ExecResult PgLink::runCopy(const std::string& copySql, const PgCopyFeed& feed,
         return lostFailure();
     }
     settle();
+    ExecResult restored = keepSessionMode();  // the rows travel in the client encoding
+    if (!restored.ok()) {
+        return restored;
+    }
     const bool callerTransaction = callerTransactionOpen();
     TransactionScope scope(unitScope(Scope::None), controlRunner());
     ExecResult status = scope.begin();

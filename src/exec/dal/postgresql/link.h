@@ -36,6 +36,11 @@ using PgCopyFeed = std::function<platform::ExecResult(PgCopyStream&)>;
 // exactly one statement per text: a second one is refused by the server with
 // SQLSTATE 42601, reported as errc::kMultipleStatements.
 //
+// Every unit runs in the session mode the library's quoting assumes
+// (standard_conforming_strings on, client encoding UTF8; see session_mode.h):
+// the connection is put in it when it opens, and put back (one round trip)
+// before a unit when a statement of the caller's changed it.
+//
 // A connection lost to a server restart or a network fault is detected at the
 // call that meets it: that call fails (the detail says so, and that an open
 // transaction was rolled back), and the link reports itself broken so the
@@ -49,6 +54,8 @@ class PgLink {
     static std::shared_ptr<PgLink> open(const PgSettings& settings,
                                         std::vector<std::string> secrets,
                                         platform::ExecResult& status);
+    // A new connection with the settings and secrets of this one.
+    std::shared_ptr<PgLink> reopen(platform::ExecResult& status) const;
     ~PgLink();
     PgLink(const PgLink&) = delete;
     PgLink& operator=(const PgLink&) = delete;
@@ -108,6 +115,8 @@ class PgLink {
                                    std::string_view sql, bool callerTransaction);
     platform::ExecResult feedCopy(const PgCopyFeed& feed, bool& sent, PgResult& result);
     platform::ExecResult runControl(const char* sql);
+    // Puts the session back in the mode of session_mode.h when it left it.
+    platform::ExecResult keepSessionMode();
     TransactionScope::Run controlRunner();
 
     // The answer of a command sent ahead with a tag.
