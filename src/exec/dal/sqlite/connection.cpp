@@ -104,9 +104,10 @@ std::unique_ptr<SqliteConnection> SqliteConnection::open(const SqliteSettings& s
         return nullptr;
     }
     const bool readOnly = settings.mode == SqliteSettings::Mode::ReadOnly;
-    std::unique_ptr<SqliteConnection> connection(new SqliteConnection(db, readOnly));
+    std::unique_ptr<SqliteConnection> connection(
+        new SqliteConnection(db, readOnly, settings.busyTimeoutMs));
     sqlite3_extended_result_codes(db, 1);
-    sqlite3_busy_timeout(db, settings.busyTimeoutMs);
+    connection->m_busyWait.install(db);
     std::string journal;
     status = applyPragmas(db, settings, journal);
     if (!status.ok()) {

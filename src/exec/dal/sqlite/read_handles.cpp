@@ -39,7 +39,7 @@ sqlite3* SqliteReadHandles::idle() {
         return nullptr;
     }
     sqlite3_extended_result_codes(db, 1);
-    sqlite3_busy_timeout(db, m_busyTimeoutMs);
+    m_busyWait.install(db);
     m_handles.push_back(db);
     return db;
 }

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "exec/dal/sqlite/busy_wait.h"
+
 namespace vorn::dal {
 
 // Handles of their own for the reads a connection runs outside a transaction.
@@ -24,7 +26,7 @@ namespace vorn::dal {
 class SqliteReadHandles {
   public:
     SqliteReadHandles(std::string path, int busyTimeoutMs)
-        : m_path(std::move(path)), m_busyTimeoutMs(busyTimeoutMs) {}
+        : m_path(std::move(path)), m_busyWait(busyTimeoutMs) {}
     ~SqliteReadHandles();
     SqliteReadHandles(const SqliteReadHandles&) = delete;
     SqliteReadHandles& operator=(const SqliteReadHandles&) = delete;
@@ -38,7 +40,7 @@ class SqliteReadHandles {
     static constexpr std::size_t kMaxHandles = 4;
 
     std::string m_path;
-    int m_busyTimeoutMs;
+    BusyWait m_busyWait;  // one for all: the handles wait on one thread
     std::vector<sqlite3*> m_handles;
     bool m_openFailed = false;  // the file cannot be opened read-only: stop trying
 };
