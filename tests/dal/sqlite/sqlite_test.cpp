@@ -1,5 +1,8 @@
 // What only the SQLite backend does: its URL options, its files, its quoting
 // and field bytes, and many writers on one file.
+#include <sqlite3.h>
+
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -200,6 +203,29 @@ TEST_F(SqliteTest, DropTableUnderAnOpenReader) {
     EXPECT_TRUE(run(m_session, "drop table t").ok());
     EXPECT_EQ(fetchAll(reader), (Rows{{"1"}, {"2"}}));  // the snapshot it started from
     EXPECT_EQ(run(m_session, "select * from t").errorCode(), 1U);
+}
+
+// A write waits while another connection holds the file's write lock, and
+// goes through once the lock is free; with busy_timeout=0 it fails at once
+// with SQLITE_BUSY and writes nothing.
+TEST_F(SqliteTest, WritesWaitForALockHeldElsewhereUpToTheBusyTimeout) {
+    seed();
+    ASSERT_EQ(bindDataSource("x.nowait", m_url + "?busy_timeout=0"), 0U);
+    sqlite3* holder = nullptr;
+    ASSERT_EQ(sqlite3_open(m_dir.file("store.db").c_str(), &holder), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(holder, "begin immediate", nullptr, nullptr, nullptr), SQLITE_OK);
+    EXPECT_EQ(run("x.nowait", "insert into t values(3, 'x')").errorCode(), 5U);  // SQLITE_BUSY
+    std::thread release([holder] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        sqlite3_exec(holder, "commit", nullptr, nullptr, nullptr);
+    });
+    const ExecResult waited = run(m_session, "insert into t values(4, 'waited')");
+    release.join();
+    sqlite3_close(holder);
+    EXPECT_TRUE(waited.ok()) << detailOf(waited);
+    unbindDataSource("x.nowait");
+    EXPECT_EQ(queryElsewhere(m_session, "select * from t order by id"),
+              (Rows{{"1", "one"}, {"2", "two"}, {"4", "waited"}}));
 }
 
 }  // namespace
