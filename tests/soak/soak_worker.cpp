@@ -13,6 +13,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// The failed calls a thread shows on stderr; the rest are only counted.
+constexpr long kFailuresShown = 5;
+
 bool busyOrLocked(unsigned long code) {
     if (code >> 48 == 0x5047) {
         const std::string state = platform::sqlstateFromCode(code);
@@ -42,7 +45,9 @@ class Worker {
         if (code == 0) {
             return true;
         }
-        std::fprintf(stderr, "soak %s: a call returned %lu\n", m_prefix.c_str(), code);
+        if (m_tally.failures <= kFailuresShown) {
+            std::fprintf(stderr, "soak %s: a call returned %lu\n", m_prefix.c_str(), code);
+        }
         ++m_tally.failures;
         m_tally.busyLocked += busyOrLocked(code) ? 1 : 0;
         return false;
@@ -144,8 +149,7 @@ void Worker::checkStored(const std::string& key, int rows) {
         reader.hasNextElement()) {
         reader >> count;
     }
-    if (count != rows) {
-        ++m_tally.failures;
+    if (count != rows && ++m_tally.failures <= kFailuresShown) {
         std::fprintf(stderr, "soak %s: read back %ld rows, not %d\n", key.c_str(), count, rows);
     }
 }
