@@ -174,6 +174,7 @@ ExecResult SqliteConnection::execute(const std::string& sql) {
 
 ExecResult SqliteConnection::query(const std::string& sql, std::unique_ptr<Cursor>& cursor) {
     cursor.reset();
+    noteLocalSchema(sql);
     sqlite3* db = readHandleFor(sql);
     SqliteStatement stmt;
     ExecResult status = stmt.prepare(db, sql);
@@ -198,6 +199,7 @@ ExecResult SqliteConnection::query(const std::string& sql, std::unique_ptr<Curso
 
 ExecResult SqliteConnection::executeBatch(const std::string& sql,
                                           const BatchParameters& parameters) {
+    noteLocalSchema(sql);
     return runSqliteBatch(m_db, sql, parameters);
 }
 
