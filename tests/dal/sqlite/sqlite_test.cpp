@@ -1,7 +1,11 @@
 // What only the SQLite backend does: its URL options, its files, its quoting
 // and field bytes, and many writers on one file.
+#include <sqlite3.h>
+
+#include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <thread>
 
 #include "dal_fixture.h"
@@ -109,6 +113,119 @@ TEST_F(SqliteTest, ConcurrentWritersOnOneFileAllSucceed) {
     EXPECT_EQ(failures, std::vector<int>(kThreads, 0));
     EXPECT_EQ(query(m_session, "select count(*) from t"),
               (Rows{{std::to_string(kThreads * kRows)}}));
+}
+
+// A reader left open (first row read) does not make the same thread's next
+// write fail, though another connection committed in between; reads outside a
+// transaction see what the thread committed, reads inside see its writes.
+TEST_F(SqliteTest, AnOpenReaderLeavesTheThreadsWritesWorking) {
+    seed();
+    std::vector<std::string> names{"x"};
+    Params params;
+    params.add("name", names);
+    const std::string insert = "insert into t(name) values('mine')";
+    const struct {
+        const char* name;
+        std::function<std::uint64_t()> write;
+    } writes[] = {
+        {"Autocommit", [&] { return run(m_session, insert).errorCode(); }},
+        {"Batch",
+         [&] {
+             names[0] = "mine";
+             return batch(m_session, "insert into t(name) values({name})", params.ref())
+                 .errorCode();
+         }},
+        {"Transaction",
+         [&] {
+             DataSession s(m_session.c_str());
+             std::uint64_t code = s.beginTransaction().errorCode();
+             code = code != 0 ? code : run(m_session, insert).errorCode();
+             EXPECT_EQ(query(m_session, "select count(*) from t where name = 'mine'"),
+                       (Rows{{"1"}}));  // the transaction's own write, uncommitted
+             return code != 0 ? code : s.commit().errorCode();
+         }},
+    };
+    for (const auto& w : writes) {
+        const Rows before = all();
+        DataSession reader(m_session.c_str());
+        open(reader, "select id from t order by id");
+        Row row;
+        ExecResult status;
+        ASSERT_TRUE(reader.fetchRow(status, rowTarget(row), 1)) << w.name;
+        queryElsewhere(m_session, "select 1");  // let the other thread's connection exist
+        std::thread([&] {
+            EXPECT_TRUE(run(m_session, "insert into t(name) values('other')").ok());
+        }).join();
+        EXPECT_EQ(w.write(), 0U) << w.name;
+        EXPECT_EQ(query(m_session, "select count(*) from t where name = 'mine'"), (Rows{{"1"}}))
+            << w.name;
+        EXPECT_EQ(fetchAll(reader).size() + 1, before.size()) << w.name;  // its own snapshot
+        EXPECT_EQ(all().size(), before.size() + 2) << w.name;
+        ASSERT_TRUE(run(m_session, "delete from t where name = 'mine'").ok());
+    }
+    EXPECT_EQ(queryElsewhere(m_session, "select count(*) from t where name = 'other'"),
+              (Rows{{"3"}}));
+}
+
+// Temporary tables live on the thread's own connection only, and shadow the
+// file's tables of the same name; reads find them, open reader or not.
+TEST_F(SqliteTest, ReadsSeeTheConnectionsTemporaryTables) {
+    seed();
+    DataSession reader(m_session.c_str());
+    open(reader, "select id from t");
+    ASSERT_TRUE(run(m_session, "create temp table t(id integer, name text)").ok());
+    ASSERT_TRUE(run(m_session, "insert into temp.t values(9, 'temp')").ok());
+    EXPECT_EQ(all(), (Rows{{"9", "temp"}}));
+    EXPECT_EQ(fetchAll(reader), (Rows{{"1"}, {"2"}}));
+    EXPECT_EQ(queryElsewhere(m_session, "select * from t order by 1"), seededRows());
+}
+
+// A reader opened outside a transaction reads on a handle of its own, so a
+// schema change of the same thread goes through; inside a transaction the
+// reader shares the transaction's handle, where SQLite refuses to drop a table
+// under an unfinished read (SQLITE_LOCKED).
+TEST_F(SqliteTest, DropTableUnderAnOpenReader) {
+    seed();
+    ASSERT_TRUE(run(m_session, "create table u(v)").ok());
+    {
+        DataSession s(m_session.c_str());
+        ASSERT_TRUE(s.beginTransaction().ok());
+        DataSession reader(m_session.c_str());
+        open(reader, "select id from t");
+        EXPECT_EQ(run(m_session, "drop table u").errorCode(), 6U);  // SQLITE_LOCKED
+        EXPECT_EQ(fetchAll(reader), (Rows{{"1"}, {"2"}}));
+        EXPECT_TRUE(run(m_session, "drop table u").ok());
+        ASSERT_TRUE(s.rollback().ok());
+    }
+    DataSession reader(m_session.c_str());
+    open(reader, "select id from t");
+    EXPECT_TRUE(run(m_session, "drop table u").ok());
+    EXPECT_TRUE(run(m_session, "drop table t").ok());
+    EXPECT_EQ(fetchAll(reader), (Rows{{"1"}, {"2"}}));  // the snapshot it started from
+    EXPECT_EQ(run(m_session, "select * from t").errorCode(), 1U);
+}
+
+// A write waits while another connection holds the file's write lock, and
+// goes through once the lock is free; with busy_timeout=0 it fails at once
+// with SQLITE_BUSY and writes nothing.
+TEST_F(SqliteTest, WritesWaitForALockHeldElsewhereUpToTheBusyTimeout) {
+    seed();
+    ASSERT_EQ(bindDataSource("x.nowait", m_url + "?busy_timeout=0"), 0U);
+    sqlite3* holder = nullptr;
+    ASSERT_EQ(sqlite3_open(m_dir.file("store.db").c_str(), &holder), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(holder, "begin immediate", nullptr, nullptr, nullptr), SQLITE_OK);
+    EXPECT_EQ(run("x.nowait", "insert into t values(3, 'x')").errorCode(), 5U);  // SQLITE_BUSY
+    std::thread release([holder] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        sqlite3_exec(holder, "commit", nullptr, nullptr, nullptr);
+    });
+    const ExecResult waited = run(m_session, "insert into t values(4, 'waited')");
+    release.join();
+    sqlite3_close(holder);
+    EXPECT_TRUE(waited.ok()) << detailOf(waited);
+    unbindDataSource("x.nowait");
+    EXPECT_EQ(queryElsewhere(m_session, "select * from t order by id"),
+              (Rows{{"1", "one"}, {"2", "two"}, {"4", "waited"}}));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <vector>
 
+#include "exec/dal/sql_lexer.h"
 #include "exec/dal/sqlite/batch_writer.h"
 #include "exec/dal/sqlite/cursor.h"
 #include "exec/dal/sqlite/statement.h"
@@ -19,6 +20,64 @@ ExecResult openFailure(sqlite3* db, int rc, const std::string& path) {
     const char* message = db != nullptr ? sqlite3_errmsg(db) : sqlite3_errstr(rc);
     return ExecResult::failure(static_cast<std::uint64_t>(code),
                                std::string(message) + ": " + path);
+}
+
+// The first field of the first row of sql ("" for none).
+ExecResult firstField(sqlite3* db, const std::string& sql, std::string& value) {
+    value.clear();
+    SqliteStatement stmt;
+    ExecResult status = stmt.prepare(db, sql);
+    if (!status.ok() || stmt.get() == nullptr) {
+        return status;
+    }
+    const int rc = sqlite3_step(stmt.get());
+    if (rc == SQLITE_ROW) {
+        const auto* text = sqlite3_column_text(stmt.get(), 0);
+        value = text != nullptr ? reinterpret_cast<const char*>(text) : "";
+    } else if (rc != SQLITE_DONE) {
+        return sqliteFailure(db);
+    }
+    return status;
+}
+
+// Sets the journal mode (not on a read-only connection) and the synchronous
+// level; journal is the journal mode in effect afterwards ("memory" for an
+// in-memory database, whatever was asked for; "" when read-only).
+ExecResult applyPragmas(sqlite3* db, const SqliteSettings& settings, std::string& journal) {
+    ExecResult status;
+    journal.clear();
+    if (settings.mode != SqliteSettings::Mode::ReadOnly) {
+        // The pragma touches the file, so this is where a file that is not a
+        // database, or cannot be written, shows.
+        status = firstField(db, "PRAGMA journal_mode=" + settings.journalMode, journal);
+    }
+    if (!status.ok() || settings.synchronous.empty()) {
+        return status;
+    }
+    const std::string synchronous = "PRAGMA synchronous=" + settings.synchronous;
+    return sqliteExec(db, synchronous.c_str());
+}
+
+// Whether sql starts as a query: SELECT, WITH or VALUES.
+bool startsAsQuery(const std::string& sql) {
+    SqlLexer lexer(sql, kSqliteDialect);
+    const SqlLexer::Token first = lexer.next();
+    return first.is(sql, "select") || first.is(sql, "with") || first.is(sql, "values");
+}
+
+// Whether sql makes a schema object only its own handle sees: CREATE TEMP
+// ..., CREATE TEMPORARY ..., ATTACH ...
+bool makesLocalSchema(const std::string& sql) {
+    SqlLexer lexer(sql, kSqliteDialect);
+    const SqlLexer::Token first = lexer.next();
+    if (first.is(sql, "attach")) {
+        return true;
+    }
+    if (!first.is(sql, "create")) {
+        return false;
+    }
+    const SqlLexer::Token second = lexer.next();
+    return second.is(sql, "temp") || second.is(sql, "temporary");
 }
 
 }  // namespace
@@ -45,24 +104,19 @@ std::unique_ptr<SqliteConnection> SqliteConnection::open(const SqliteSettings& s
         return nullptr;
     }
     const bool readOnly = settings.mode == SqliteSettings::Mode::ReadOnly;
-    std::unique_ptr<SqliteConnection> connection(new SqliteConnection(db, readOnly));
+    std::unique_ptr<SqliteConnection> connection(
+        new SqliteConnection(db, readOnly, settings.busyTimeoutMs));
     sqlite3_extended_result_codes(db, 1);
-    sqlite3_busy_timeout(db, settings.busyTimeoutMs);
-    if (!readOnly) {
-        // The pragma touches the file, so this is where a file that is not a
-        // database, or cannot be written, shows.
-        const std::string journal = "PRAGMA journal_mode=" + settings.journalMode;
-        status = sqliteExec(db, journal.c_str());
-        if (!status.ok()) {
-            return nullptr;
-        }
+    connection->m_busyWait.install(db);
+    std::string journal;
+    status = applyPragmas(db, settings, journal);
+    if (!status.ok()) {
+        return nullptr;
     }
-    if (!settings.synchronous.empty()) {
-        const std::string synchronous = "PRAGMA synchronous=" + settings.synchronous;
-        status = sqliteExec(db, synchronous.c_str());
-        if (!status.ok()) {
-            return nullptr;
-        }
+    if (journal == "wal") {
+        // The full name, so that a later change of directory cannot matter.
+        connection->m_readers = std::make_unique<SqliteReadHandles>(sqlite3_db_filename(db, "main"),
+                                                                    settings.busyTimeoutMs);
     }
     status = ExecResult();
     return connection;
@@ -86,7 +140,23 @@ ExecResult SqliteConnection::rollback() {
     return sqliteExec(m_db, "ROLLBACK");
 }
 
+void SqliteConnection::noteLocalSchema(const std::string& sql) {
+    if (m_readers && !m_localSchema && makesLocalSchema(sql)) {
+        m_localSchema = true;
+    }
+}
+
+sqlite3* SqliteConnection::readHandleFor(const std::string& sql) {
+    // Inside a transaction a read must see the transaction's writes.
+    if (!m_readers || m_localSchema || sqlite3_get_autocommit(m_db) == 0 || !startsAsQuery(sql)) {
+        return m_db;
+    }
+    sqlite3* reader = m_readers->idle();
+    return reader != nullptr ? reader : m_db;
+}
+
 ExecResult SqliteConnection::execute(const std::string& sql) {
+    noteLocalSchema(sql);
     SqliteStatement stmt;
     ExecResult status = stmt.prepare(m_db, sql);
     if (!status.ok() || stmt.get() == nullptr) {
@@ -104,8 +174,16 @@ ExecResult SqliteConnection::execute(const std::string& sql) {
 
 ExecResult SqliteConnection::query(const std::string& sql, std::unique_ptr<Cursor>& cursor) {
     cursor.reset();
+    noteLocalSchema(sql);
+    sqlite3* db = readHandleFor(sql);
     SqliteStatement stmt;
-    ExecResult status = stmt.prepare(m_db, sql);
+    ExecResult status = stmt.prepare(db, sql);
+    if (db != m_db && (!status.ok() || sqlite3_stmt_readonly(stmt.get()) == 0)) {
+        // A statement that writes (WITH ... INSERT), or one the read handle
+        // cannot prepare, runs where it always did; a real error shows there.
+        db = m_db;
+        status = stmt.prepare(db, sql);
+    }
     if (!status.ok() || stmt.get() == nullptr) {
         return status;
     }
@@ -114,13 +192,14 @@ ExecResult SqliteConnection::query(const std::string& sql, std::unique_ptr<Curso
     if (rc == SQLITE_ROW) {
         cursor = std::make_unique<SqliteCursor>(std::move(stmt));
     } else if (rc != SQLITE_DONE) {
-        return sqliteFailure(m_db);
+        return sqliteFailure(db);
     }
     return status;
 }
 
 ExecResult SqliteConnection::executeBatch(const std::string& sql,
                                           const BatchParameters& parameters) {
+    noteLocalSchema(sql);
     return runSqliteBatch(m_db, sql, parameters);
 }
 

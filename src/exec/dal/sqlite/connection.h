@@ -6,14 +6,24 @@
 #include <string>
 
 #include "exec/dal/backend.h"
+#include "exec/dal/sqlite/busy_wait.h"
+#include "exec/dal/sqlite/read_handles.h"
 #include "exec/dal/sqlite/settings.h"
 
 namespace vorn::dal {
 
 // A connection to one SQLite file, used by one thread (opened without
 // SQLite's own mutex). Opened in WAL journal mode with a busy timeout, so
-// writers of other threads and processes wait for each other instead of
-// failing, and with extended result codes, which are passed on as error codes.
+// writers of other threads and processes wait for each other (BusyWait)
+// instead of failing, and with extended result codes, which are passed on as
+// error codes.
+//
+// Reads outside a transaction run on handles of their own (SqliteReadHandles),
+// so that a reader the caller keeps open never makes the thread's next write
+// fail; reads inside a transaction run on the transaction's handle and see its
+// writes. A read-only connection, and a database that is not in WAL mode
+// (":memory:" included, which a second handle would not even see), read on
+// the one handle.
 class SqliteConnection final : public Connection {
   public:
     // Opens the file described by settings; null with status set on failure.
@@ -37,10 +47,19 @@ class SqliteConnection final : public Connection {
     bool inTransaction() const override { return sqlite3_get_autocommit(m_db) == 0; }
 
   private:
-    SqliteConnection(sqlite3* db, bool readOnly) noexcept : m_db(db), m_readOnly(readOnly) {}
+    SqliteConnection(sqlite3* db, bool readOnly, int busyTimeoutMs) noexcept
+        : m_db(db), m_readOnly(readOnly), m_busyWait(busyTimeoutMs) {}
+
+    // The handle a read of sql starts on.
+    sqlite3* readHandleFor(const std::string& sql);
+    // Notes a temporary table or attached file, which only m_db knows.
+    void noteLocalSchema(const std::string& sql);
 
     sqlite3* m_db;
     bool m_readOnly;
+    BusyWait m_busyWait;
+    std::unique_ptr<SqliteReadHandles> m_readers;  // null: every read on m_db
+    bool m_localSchema = false;                    // once set, reads stay on m_db
 };
 
 }  // namespace vorn::dal
