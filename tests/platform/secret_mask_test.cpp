@@ -42,6 +42,11 @@ TEST(SecretMask, MasksAndCollectsTheValuesOfSecretKeysAndUrlPasswords) {
         {"from pg://a:bcd@h1 to mysql://c:d%20f@h2",
          "from pg://a:***@h1 to mysql://c:***@h2",
          {"bcd", "d%20f", "d f"}},
+        // A key=value secret between the "://" and a URL password.
+        {"postgresql://h?password=abc&application_name=a:bcd@h",
+         "postgresql://h?password=***&application_name=a:***@h",
+         {"abc", "bcd"}},
+        {"pg://password=ab:cde@h", "pg://password=***", {"ab:cde@h", "cde"}},
         // Nothing to mask.
         {"postgresql://user@host:5432/db", "postgresql://user@host:5432/db", {}},
         {"postgresql://host:5432/db", "postgresql://host:5432/db", {}},

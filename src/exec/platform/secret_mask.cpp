@@ -1,5 +1,6 @@
 #include "exec/platform/secret_mask.h"
 
+#include <algorithm>
 #include <cstddef>
 
 #include "exec/platform/ascii.h"
@@ -92,19 +93,35 @@ Span urlPassword(std::string_view text, std::size_t pos) {
     return {start + colon + 1, start + at};
 }
 
-// Calls found(span) for each secret of text, left to right.
+// Calls found(span) for each secret of text, in the order of their starts
+// (spans may overlap). A URL password is reported when the scan reaches it, so
+// a key=value secret between the "://" and the password is found as well.
 template <typename Found>
 void forEachSecret(std::string_view text, Found&& found) {
     std::size_t pos = 0;
+    Span url;
     while (pos < text.size()) {
-        const Span span =
-            text.compare(pos, 3, "://") == 0 ? urlPassword(text, pos) : pairValue(text, pos);
+        if (url.end > url.begin && pos >= url.begin) {
+            found(url);
+            pos = std::max(pos, url.end);
+            url = {};
+            continue;
+        }
+        if (text.compare(pos, 3, "://") == 0) {
+            url = urlPassword(text, pos);
+            pos += 3;
+            continue;
+        }
+        const Span span = pairValue(text, pos);
         if (span.end > span.begin) {
             found(span);
             pos = span.end;
         } else {
             ++pos;
         }
+    }
+    if (url.end > url.begin) {
+        found(url);
     }
 }
 
@@ -153,9 +170,11 @@ std::string SecretMask::mask(std::string_view text, const std::vector<std::strin
     out.reserve(unmasked.size());
     std::size_t copied = 0;
     forEachSecret(unmasked, [&](const Span& span) {
-        out.append(unmasked, copied, span.begin - copied);
-        out.append(kMask);
-        copied = span.end;
+        if (span.begin >= copied) {
+            out.append(unmasked, copied, span.begin - copied);
+            out.append(kMask);
+        }
+        copied = std::max(copied, span.end);  // an overlapping span extends the last mask
     });
     out.append(unmasked, copied);
     return out;
