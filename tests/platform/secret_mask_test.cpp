@@ -47,6 +47,10 @@ TEST(SecretMask, MasksAndCollectsTheValuesOfSecretKeysAndUrlPasswords) {
          "postgresql://h?password=***&application_name=a:***@h",
          {"abc", "bcd"}},
         {"pg://password=ab:cde@h", "pg://password=***", {"ab:cde@h", "cde"}},
+        // A key inside another key's value; a URL inside a key's value that
+        // ends at a blank in its user name.
+        {"pwd=xdb_passwd= 'a b' c", "pwd=*** *** c", {"xdb_passwd=", "a b"}},
+        {"pwd=pg://a b:cde@h", "pwd=*** b:***@h", {"pg://a", "cde"}},
         // Nothing to mask.
         {"postgresql://user@host:5432/db", "postgresql://user@host:5432/db", {}},
         {"postgresql://host:5432/db", "postgresql://host:5432/db", {}},

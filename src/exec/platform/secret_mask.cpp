@@ -93,35 +93,30 @@ Span urlPassword(std::string_view text, std::size_t pos) {
     return {start + colon + 1, start + at};
 }
 
-// Calls found(span) for each secret of text, in the order of their starts
-// (spans may overlap). A URL password is reported when the scan reaches it, so
-// a key=value secret between the "://" and the password is found as well.
+// Calls found(span) for each secret of text, in the order of their starts.
+// Spans may overlap: a URL password is looked for at every "://" and a
+// key=value pair at every position, also inside the value of another key
+// ("pwd=db_password=x" masks from the first value on, whichever ends last).
 template <typename Found>
 void forEachSecret(std::string_view text, Found&& found) {
-    std::size_t pos = 0;
-    Span url;
-    while (pos < text.size()) {
-        if (url.end > url.begin && pos >= url.begin) {
-            found(url);
-            pos = std::max(pos, url.end);
-            url = {};
-            continue;
-        }
-        if (text.compare(pos, 3, "://") == 0) {
-            url = urlPassword(text, pos);
-            pos += 3;
-            continue;
-        }
-        const Span span = pairValue(text, pos);
+    std::vector<Span> spans;
+    for (std::size_t pos = text.find("://"); pos != std::string_view::npos;
+         pos = text.find("://", pos + 3)) {
+        const Span span = urlPassword(text, pos);
         if (span.end > span.begin) {
-            found(span);
-            pos = span.end;
-        } else {
-            ++pos;
+            spans.push_back(span);
         }
     }
-    if (url.end > url.begin) {
-        found(url);
+    for (std::size_t pos = 0; pos < text.size(); ++pos) {
+        const Span span = pairValue(text, pos);
+        if (span.end > span.begin) {
+            spans.push_back(span);
+        }
+    }
+    std::sort(spans.begin(), spans.end(),
+              [](const Span& a, const Span& b) { return a.begin < b.begin; });
+    for (const Span& span : spans) {
+        found(span);
     }
 }
 
