@@ -51,8 +51,8 @@ Values consume(FuzzedDataProvider& in) {
     v.i = in.ConsumeIntegral<int>();
     v.ui = in.ConsumeIntegral<unsigned int>();
     v.sh = in.ConsumeIntegral<short>();
-    v.d = in.ConsumeFloatingPoint<double>();
-    v.f = in.ConsumeFloatingPoint<float>();
+    v.d = vorn::fuzz::fromBits<double>(in.ConsumeIntegral<std::uint64_t>());
+    v.f = vorn::fuzz::fromBits<float>(in.ConsumeIntegral<std::uint32_t>());
     v.limit = in.ConsumeIntegral<unsigned int>();
     v.offset = in.ConsumeIntegral<unsigned int>();
     v.a = in.ConsumeRandomLengthString(256);
@@ -89,7 +89,7 @@ Rendered insert(const Values& v) {
     ins["c"] << v.c;
     ins["i"] << v.i;
     // A C string ends at its first NUL byte.
-    const std::string bAsCString(v.b.c_str());
+    const std::string bAsCString = v.b.substr(0, v.b.find('\0'));
     return {ins.toString(), {v.a, bAsCString, std::string(1, v.ch), v.c}};
 }
 

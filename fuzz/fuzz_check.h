@@ -2,6 +2,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <string>
 #include <string_view>
 
 // A broken invariant ends the run with abort(), which libFuzzer reports as a
@@ -21,20 +23,35 @@ namespace vorn::fuzz {
 
 [[noreturn]] inline void fail(const char* file, int line, const char* condition,
                               std::string_view text) {
-    std::fprintf(stderr, "%s:%d: invariant broken: %s\n", file, line, condition);
+    std::string report =
+        std::string(file) + ":" + std::to_string(line) + ": invariant broken: " + condition + "\n";
     if (!text.empty()) {
-        std::fprintf(stderr, "text: \"");
+        report += "text: \"";
         for (const char c : text) {
             const auto byte = static_cast<unsigned char>(c);
             if (byte >= 0x20U && byte < 0x7FU && c != '\\') {
-                std::fputc(c, stderr);
+                report.push_back(c);
             } else {
-                std::fprintf(stderr, "\\x%02X", byte);
+                static constexpr char kHex[] = "0123456789ABCDEF";
+                report += "\\x";
+                report.push_back(kHex[byte >> 4U]);
+                report.push_back(kHex[byte & 0x0FU]);
             }
         }
-        std::fprintf(stderr, "\"\n");
+        report += "\"\n";
     }
+    (void)std::fwrite(report.data(), 1, report.size(), stderr);
     std::abort();
+}
+
+// The floating-point value of these bits: every value, NaNs, infinities and
+// subnormals included.
+template <class Float, class Bits>
+Float fromBits(Bits bits) {
+    static_assert(sizeof(Float) == sizeof(Bits));
+    Float value;
+    std::memcpy(&value, &bits, sizeof value);
+    return value;
 }
 
 }  // namespace vorn::fuzz

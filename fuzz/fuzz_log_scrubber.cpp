@@ -48,7 +48,7 @@ std::string noMarker(std::string text) {
 
 // A quote left open before a quoted value would end at the value's opening
 // quote and leave the value outside: that is other text's secret, not this one.
-std::string withoutQuotes(std::string text) {
+std::string withoutQuotes(const std::string& text) {
     std::string out;
     for (const char c : text) {
         if (c != '\'' && c != '"' && c != '\\') {

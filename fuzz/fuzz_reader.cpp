@@ -47,7 +47,7 @@ void openStore() {
     std::string dir = (std::filesystem::temp_directory_path() / "vorn-fuzz-reader-XXXXXX").string();
     VORN_FUZZ_CHECK(::mkdtemp(dir.data()) != nullptr);
     g_dir = dir;
-    std::atexit(removeStore);
+    VORN_FUZZ_CHECK(std::atexit(removeStore) == 0);
     const std::string url =
         "sqlite:" + (g_dir / "reader.db").string() + "?journal_mode=memory&synchronous=off";
     VORN_FUZZ_CHECK(vorn::bindDataSource("default", url) == 0);
@@ -141,8 +141,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Row row;
     row.l = in.ConsumeIntegral<long>();
     row.ul = in.ConsumeIntegral<unsigned long>();
-    row.d = in.ConsumeFloatingPoint<double>();
-    row.f = in.ConsumeFloatingPoint<float>();
+    row.d = vorn::fuzz::fromBits<double>(in.ConsumeIntegral<std::uint64_t>());
+    row.f = vorn::fuzz::fromBits<float>(in.ConsumeIntegral<std::uint32_t>());
     row.s = in.ConsumeRemainingBytesAsString();
 
     CVORN* db = nullptr;
