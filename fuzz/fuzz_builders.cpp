@@ -168,16 +168,16 @@ std::string literalText(std::string_view token) {
 // The statement with values must lex into the same tokens as the statement
 // with placeholder texts, but for its literals, which must read as the values.
 void checkLexing(const Rendered& fuzzed, const Rendered& plain, const SqlDialect& dialect) {
-    VORN_FUZZ_CHECK(!vorn::dal::hasSecondStatement(fuzzed.sql, dialect));
     const std::string_view sql = fuzzed.sql;
     const std::string_view plainSql = plain.sql;
+    VORN_FUZZ_CHECK_TEXT(!vorn::dal::hasSecondStatement(sql, dialect), sql);
     SqlLexer lexer(sql, dialect);
     SqlLexer reference(plainSql, dialect);
     std::size_t literal = 0;
     for (;;) {
         const SqlLexer::Token token = lexer.next();
         const SqlLexer::Token expected = reference.next();
-        VORN_FUZZ_CHECK(token.kind == expected.kind);
+        VORN_FUZZ_CHECK_TEXT(token.kind == expected.kind, sql);
         if (token.kind == SqlLexer::Kind::End) {
             break;
         }
@@ -185,15 +185,16 @@ void checkLexing(const Rendered& fuzzed, const Rendered& plain, const SqlDialect
         const std::string_view plainText =
             plainSql.substr(expected.begin, expected.end - expected.begin);
         if (plainText.size() >= 2 && plainText.front() == '\'') {
-            VORN_FUZZ_CHECK(literal < fuzzed.literals.size());
-            VORN_FUZZ_CHECK(text.size() >= 2 && text.front() == '\'' && text.back() == '\'');
-            VORN_FUZZ_CHECK(literalText(text) == fuzzed.literals[literal]);
+            VORN_FUZZ_CHECK_TEXT(literal < fuzzed.literals.size(), sql);
+            VORN_FUZZ_CHECK_TEXT(text.size() >= 2 && text.front() == '\'' && text.back() == '\'',
+                                 sql);
+            VORN_FUZZ_CHECK_TEXT(literalText(text) == fuzzed.literals[literal], sql);
             ++literal;
         } else {
-            VORN_FUZZ_CHECK(text == plainText);
+            VORN_FUZZ_CHECK_TEXT(text == plainText, sql);
         }
     }
-    VORN_FUZZ_CHECK(literal == fuzzed.literals.size());
+    VORN_FUZZ_CHECK_TEXT(literal == fuzzed.literals.size(), sql);
 }
 
 void check(Rendered (*render)(const Values&), const Values& values) {

@@ -82,10 +82,11 @@ std::string makeUrl(FuzzedDataProvider& in) {
 }
 
 void checkNoSecret() {
-    VORN_FUZZ_CHECK(vorn::describeDataSource(kSession).find(kSecret) == std::string::npos);
+    const std::string description = vorn::describeDataSource(kSession);
+    VORN_FUZZ_CHECK_TEXT(description.find(kSecret) == std::string::npos, description);
     const std::lock_guard<std::mutex> lock(g_logMutex);
     for (const std::string& text : g_logTexts) {
-        VORN_FUZZ_CHECK(text.find(kSecret) == std::string::npos);
+        VORN_FUZZ_CHECK_TEXT(text.find(kSecret) == std::string::npos, text);
     }
     g_logTexts.clear();
 }
