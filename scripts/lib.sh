@@ -1,4 +1,4 @@
-# Shared by scripts/demo, scripts/test and scripts/lint: package checks and the CMake steps.
+# Shared by scripts/demo, scripts/test, scripts/lint and scripts/fuzz: package checks and the CMake steps.
 # shellcheck shell=bash
 
 # Debian packages needed to build the library, its tests, benchmarks and demo.
@@ -16,6 +16,12 @@ VORN_BUILD_PACKAGES=(
 VORN_LINT_PACKAGES=(
   clang-tidy   # clang-tidy (LLVM 14 on Debian 12)
   clang-format # the formatting check
+)
+
+# Debian packages scripts/fuzz needs on top of the build packages.
+VORN_FUZZ_PACKAGES=(
+  clang              # clang/clang++ 14: the only compiler with libFuzzer (-fsanitize=fuzzer)
+  libclang-rt-14-dev # clang 14's runtimes: libFuzzer, ASan and UBSan, FuzzedDataProvider.h
 )
 
 # Installs the missing packages (as root), or prints the apt-get line and stops.
@@ -40,7 +46,7 @@ vorn_ensure_packages() {
   fi
 }
 
-# Configures and builds one CMake preset (default, asan, tsan).
+# Configures and builds one CMake preset (default, asan, tsan, fuzz).
 vorn_build() {
   local preset=$1
   shift

@@ -58,6 +58,15 @@ TEST(SecretMask, MasksAndCollectsTheValuesOfSecretKeysAndUrlPasswords) {
          "pg://h/db?sslmode=require?password=***&x=1",
          {"sec"}},
         {"pg://:pw1@h/db", "pg://:***@h/db", {"pw1"}},
+        // A key=value secret between the "://" and a URL password.
+        {"postgresql://h?password=abc&application_name=a:bcd@h",
+         "postgresql://h?password=***&application_name=a:***@h",
+         {"abc", "bcd"}},
+        {"pg://password=ab:cde@h", "pg://password=***", {"ab:cde@h", "cde"}},
+        // A key inside another key's value; a URL inside a key's value that
+        // ends at a blank in its user name.
+        {"pwd=xdb_passwd= 'a b' c", "pwd=*** *** c", {"xdb_passwd=", "a b"}},
+        {"pwd=pg://a b:cde@h", "pwd=*** b:***@h", {"pg://a", "cde"}},
         // Nothing to mask.
         {"note: a:b@c and std::vector@x", "note: a:b@c and std::vector@x", {}},
         {"postgresql://user@host:5432/db", "postgresql://user@host:5432/db", {}},

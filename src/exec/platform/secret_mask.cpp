@@ -1,5 +1,6 @@
 #include "exec/platform/secret_mask.h"
 
+#include <algorithm>
 #include <cstddef>
 
 #include "exec/platform/ascii.h"
@@ -155,18 +156,29 @@ Span urlPassword(std::string_view text, std::size_t pos) {
     return afterScheme ? userInfoPassword(text, pos + 1, true) : Span{};
 }
 
-// Calls found(span) for each secret of text, left to right.
+// Calls found(span) for each secret of text, in the order of their starts.
+// Spans may overlap: a URL password is looked for after every scheme's ':'
+// and a key=value pair at every position, also inside the value of another
+// key ("pwd=db_password=x" masks from the first value on, whichever ends
+// last).
 template <typename Found>
 void forEachSecret(std::string_view text, Found&& found) {
-    std::size_t pos = 0;
-    while (pos < text.size()) {
-        const Span span = text[pos] == ':' ? urlPassword(text, pos) : pairValue(text, pos);
+    std::vector<Span> spans;
+    const auto add = [&spans](const Span& span) {
         if (span.end > span.begin) {
-            found(span);
-            pos = span.end;
-        } else {
-            ++pos;
+            spans.push_back(span);
         }
+    };
+    for (std::size_t pos = 0; pos < text.size(); ++pos) {
+        if (text[pos] == ':') {
+            add(urlPassword(text, pos));
+        }
+        add(pairValue(text, pos));
+    }
+    std::sort(spans.begin(), spans.end(),
+              [](const Span& a, const Span& b) { return a.begin < b.begin; });
+    for (const Span& span : spans) {
+        found(span);
     }
 }
 
@@ -202,9 +214,11 @@ std::string SecretMask::mask(std::string_view text, const std::vector<std::strin
     out.reserve(unmasked.size());
     std::size_t copied = 0;
     forEachSecret(unmasked, [&](const Span& span) {
-        out.append(unmasked, copied, span.begin - copied);
-        out.append(kMask);
-        copied = span.end;
+        if (span.begin >= copied) {
+            out.append(unmasked, copied, span.begin - copied);
+            out.append(kMask);
+        }
+        copied = std::max(copied, span.end);  // an overlapping span extends the last mask
     });
     out.append(unmasked, copied);
     return out;
