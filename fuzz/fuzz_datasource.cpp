@@ -64,7 +64,7 @@ std::string makeUrl(FuzzedDataProvider& in) {
     const std::string before = noMarker(in.ConsumeRandomLengthString(48));
     const std::string after = noMarker(in.ConsumeRandomLengthString(48));
     const std::string secret = kSecret;
-    switch (in.ConsumeIntegralInRange(0, 4)) {
+    switch (in.ConsumeIntegralInRange(0, 6)) {
         case 0:
             return scheme + "://" + user + ":" + secret + "@" + host + "/" + path + "?" + after;
         case 1:
@@ -76,6 +76,11 @@ std::string makeUrl(FuzzedDataProvider& in) {
         case 3:
             return scheme + "://" + plainPart(in, 16) + "/" + path +
                    "?options=-c%20x=" + plainPart(in, 8) + " PGPASSWORD=" + secret + "&" + after;
+        case 4:  // the URL without its "//", which libpq quotes back whole
+            return scheme + ":u" + user + ":" + secret + "@" + host + "/" + path;
+        case 5:  // a percent-encoded key, which libpq decodes
+            return scheme + "://" + plainPart(in, 16) + "/" + path + "?" + before +
+                   "&%70assword=" + secret + "&" + after;
         default:
             return scheme + ":" + plainPart(in, 16) + "?" + before + "&pwd=" + secret + "&" + after;
     }

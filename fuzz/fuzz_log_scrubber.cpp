@@ -1,6 +1,7 @@
 // LogScrubber::scrub on arbitrary text around a planted password, written in
 // one of the forms the masker knows (key=value, key = 'quoted value', a key
-// glued to other text, URL user information). Invariants: the result holds no
+// glued to other text or percent-encoded, URL user information, also without
+// the URL's "//"). Invariants: the result holds no
 // control character (C0, DEL, or a UTF-8 C1 control) and never the password.
 #include <fuzzer/FuzzedDataProvider.h>
 
@@ -23,9 +24,12 @@ struct Form {
 };
 
 constexpr Form kForms[] = {
-    {"password=", "", false},      {"PASSWORD = '", "'", true}, {"sslpassword=", "", false},
-    {"pwd = \"", "\"", true},      {"PGPASSWORD=", "", false},  {"db_passwd= '", "' ", true},
+    {"password=", "", false},      {"PASSWORD = '", "'", true},
+    {"sslpassword=", "", false},   {"pwd = \"", "\"", true},
+    {"PGPASSWORD=", "", false},    {"db_passwd= '", "' ", true},
+    {"%70assword=", "", false},    {"pass%77ord = '", "'", true},
     {"postgresql://", "@", false},  // user information: the user is added below
+    {"postgresql:", "@", false},    // the same, mistyped without its "//"
 };
 
 // The key's letters in the case the input asks for.
@@ -78,9 +82,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (form.after[0] == '@') {
         // The user name runs to the first ':' and, as libpq reads it, cannot
         // hold the '/' or line break that ends the authority.
-        std::string plainUser;
+        // Without the "//", a user name must be there and hold no blank.
+        const bool bare = std::string(form.before).back() == ':';
+        std::string plainUser = bare ? "u" : "";
         for (const char c : user) {
-            if (c != '/' && c != '\n' && c != '\r' && c != ':') {
+            if (c != '/' && c != '\n' && c != '\r' && c != ':' &&
+                !(bare && (c == ' ' || c == '\t'))) {
                 plainUser.push_back(c);
             }
         }

@@ -54,6 +54,7 @@ TEST(SecretMask, MasksAndCollectsTheValuesOfSecretKeysAndUrlPasswords) {
          "missing \"=\" after \"postgresql:user:***@host/db\"",
          {"pa ss"}},
         {"POSTGRES:u:p:w@h", "POSTGRES:u:***@h", {"p:w"}},
+        {"x9postgresql:u:pqr@h", "x9postgresql:u:***@h", {"pqr"}},
         {"pg://h/db?sslmode=require?password=sec&x=1",
          "pg://h/db?sslmode=require?password=***&x=1",
          {"sec"}},

@@ -147,12 +147,12 @@ Span urlPassword(std::string_view text, std::size_t pos) {
     if (text.compare(pos, 3, "://") == 0) {
         return userInfoPassword(text, pos + 3, false);
     }
-    std::size_t scheme = pos;
-    while (scheme > 0 && isSchemeChar(text[scheme - 1])) {
-        --scheme;
+    // A scheme starts with a letter; other text glued before it does not
+    // matter ("x9postgresql:").
+    bool afterScheme = false;
+    for (std::size_t i = pos; i > 0 && isSchemeChar(text[i - 1]) && !afterScheme; --i) {
+        afterScheme = lowerAscii(text[i - 1]) >= 'a' && lowerAscii(text[i - 1]) <= 'z';
     }
-    const bool afterScheme =
-        scheme < pos && lowerAscii(text[scheme]) >= 'a' && lowerAscii(text[scheme]) <= 'z';
     return afterScheme ? userInfoPassword(text, pos + 1, true) : Span{};
 }
 
