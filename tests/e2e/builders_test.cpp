@@ -12,27 +12,6 @@
 namespace vorn::test {
 namespace {
 
-unsigned long run(const CVORNBase& statement) {
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
-    return db->execWriteSQL(statement);
-}
-
-// The ids a selector returns, in its order.
-std::vector<long> ids(const CVORNSelector& selector) {
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
-    CVORNReader reader;
-    std::vector<long> out;
-    EXPECT_EQ(db->execReadSQL(selector, reader), 0u) << selector.toString();
-    while (reader.hasNextElement()) {
-        long id = 0;
-        reader >> id;
-        out.push_back(id);
-    }
-    return out;
-}
-
 class BuilderRoundTripTest : public StoreTest {};
 
 TEST_F(BuilderRoundTripTest, EveryInserterAndUpdaterTypeComesBackAsWritten) {
@@ -67,7 +46,7 @@ TEST_F(BuilderRoundTripTest, EveryInserterAndUpdaterTypeComesBackAsWritten) {
         inserter["id"]["s"]["p"]["c"]["sh"]["i"]["us"]["ui"]["ul"]["l"]["f"]["d"]["b"]["n"]
             << r.id << r.s << r.p << r.c << r.sh << r.i << r.us << r.ui << r.ul << r.l << r.f << r.d
             << r.b << CVORNNull();
-        ASSERT_EQ(run(inserter), 0u) << inserter.toString();
+        ASSERT_EQ(runStatement(inserter), 0u) << inserter.toString();
     }
 
     auto check = [](const Row& expected) {
@@ -119,7 +98,7 @@ TEST_F(BuilderRoundTripTest, EveryInserterAndUpdaterTypeComesBackAsWritten) {
     updater["b"].assign(1);
     updater["n"].assign(CVORNNull());
     updater.where(CVORNTable("v")["id"] == 1);
-    ASSERT_EQ(run(updater), 0u) << updater.toString();
+    ASSERT_EQ(runStatement(updater), 0u) << updater.toString();
     Row updated = r;
     updated.id = 1;
     check(updated);
@@ -132,7 +111,7 @@ TEST_F(BuilderRoundTripTest, UnsignedValuesFollowTheDocumentedClamps) {
     // 4294967295 and above are written as 0; the inserter prints an unsigned
     // int with the signed format.
     inserter["id"]["a"]["b"] << 1 << 3000000000u << ULONG_MAX;
-    ASSERT_EQ(run(inserter), 0u);
+    ASSERT_EQ(runStatement(inserter), 0u);
     EXPECT_EQ(runQuery("select a, b from v", 2), (Rows{{"-1294967296", "0"}}));
 
     CVORNUpdater updater;
@@ -140,7 +119,7 @@ TEST_F(BuilderRoundTripTest, UnsignedValuesFollowTheDocumentedClamps) {
     updater["a"].assign(3000000000u);
     updater["b"].assign(4294967295u);
     updater.where(CVORNTable("v")["id"] == 1);
-    ASSERT_EQ(run(updater), 0u);
+    ASSERT_EQ(runStatement(updater), 0u);
     EXPECT_EQ(runQuery("select a, b from v", 2), (Rows{{"3000000000", "0"}}));
 }
 
@@ -216,7 +195,7 @@ TEST_F(SelectionTest, EveryComparisonSelectsTheRowsItNames) {
     };
     for (const auto& c : cases) {
         const CVORNSelector selector = where(c.condition);
-        EXPECT_EQ(ids(selector), c.expected) << selector.toString();
+        EXPECT_EQ(selectedIds(selector), c.expected) << selector.toString();
     }
 }
 
@@ -240,7 +219,7 @@ TEST_F(SelectionTest, CompoundSelectsPagesAndAggregates) {
         first.where(CVORNTable("alarm")["level"] <= 3);
         first.compound(high, c.op);
         first.orderBy("id", true);
-        EXPECT_EQ(ids(first), c.expected) << first.toString();
+        EXPECT_EQ(selectedIds(first), c.expected) << first.toString();
     }
 
     CVORNSelector page;
@@ -248,7 +227,7 @@ TEST_F(SelectionTest, CompoundSelectsPagesAndAggregates) {
     page.select("id");
     page.orderBy("id", false);
     page.limit(2, 1);
-    EXPECT_EQ(ids(page), (std::vector<long>{3, 2}));
+    EXPECT_EQ(selectedIds(page), (std::vector<long>{3, 2}));
 
     CVORNSelector levels;
     levels.table("alarm");
@@ -289,7 +268,7 @@ TEST_F(SelectionTest, UpdatesAndDeletesTouchExactlyTheRowsTheirConditionsName) {
     updater.table("alarm");
     updater["name"].assign(std::string("seen"));
     updater.where(CVORNTable("alarm")["level"] >= 4);
-    ASSERT_EQ(run(updater), 0u);
+    ASSERT_EQ(runStatement(updater), 0u);
     EXPECT_EQ(runQuery("select id, name from alarm order by id", 2),
               (Rows{{"1", "a"}, {"2", "it's"}, {"3", "seen"}, {"4", "seen"}}));
 
@@ -297,12 +276,12 @@ TEST_F(SelectionTest, UpdatesAndDeletesTouchExactlyTheRowsTheirConditionsName) {
     deleter.table("alarm");
     deleter.where(CVORNTable("alarm")["name"] != std::string("seen") &&
                   CVORNTable("alarm")["id"] >= 2);
-    ASSERT_EQ(run(deleter), 0u);
+    ASSERT_EQ(runStatement(deleter), 0u);
     EXPECT_EQ(runQuery("select id from alarm order by id", 1), (Rows{{"1"}, {"3"}, {"4"}}));
 
     CVORNDroper dropper;
     dropper.table("alarm");
-    ASSERT_EQ(run(dropper), 0u);
+    ASSERT_EQ(runStatement(dropper), 0u);
     EXPECT_NE(runWrite("delete from alarm"), 0u);
 }
 
@@ -314,17 +293,17 @@ TEST_F(SelectionTest, HostileValuesStayData) {
     CVORNInserter inserter;
     inserter.table("alarm");
     inserter["id"]["name"]["ts"] << 10 << hostile << hostile;
-    ASSERT_EQ(run(inserter), 0u);
+    ASSERT_EQ(runStatement(inserter), 0u);
     CVORNUpdater updater;
     updater.table("alarm");
     updater["ts"].assign(hostile + "'");
     updater.where(alarm["id"] == 10);
-    ASSERT_EQ(run(updater), 0u);
+    ASSERT_EQ(runStatement(updater), 0u);
 
-    EXPECT_EQ(ids(where(alarm["name"] != hostile)), (std::vector<long>{1, 2, 3, 4}));
-    EXPECT_EQ(ids(where(alarm["name"] <= hostile && alarm["name"] >= hostile)),
+    EXPECT_EQ(selectedIds(where(alarm["name"] != hostile)), (std::vector<long>{1, 2, 3, 4}));
+    EXPECT_EQ(selectedIds(where(alarm["name"] <= hostile && alarm["name"] >= hostile)),
               (std::vector<long>{10}));
-    EXPECT_EQ(ids(where(alarm["ts"] >= hostile + "'" && alarm["ts"] <= hostile + "'")),
+    EXPECT_EQ(selectedIds(where(alarm["ts"] >= hostile + "'" && alarm["ts"] <= hostile + "'")),
               (std::vector<long>{10}));
     EXPECT_EQ(runQuery("select name, ts from alarm where id = 10", 2),
               (Rows{{hostile, hostile + "'"}}));
@@ -343,7 +322,7 @@ TEST_F(SelectionTest, HostileValuesStayData) {
         d.where(alarm["id"].notIn("0); DROP TABLE alarm; --"));
         return d;
     }();
-    EXPECT_EQ(run(deleter), platform::errc::kMultipleStatements) << deleter.toString();
+    EXPECT_EQ(runStatement(deleter), platform::errc::kMultipleStatements) << deleter.toString();
 
     EXPECT_EQ(runQuery("select count(*) from alarm", 1), (Rows{{"5"}}));
 }

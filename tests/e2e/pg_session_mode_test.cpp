@@ -27,29 +27,13 @@ std::string urlForDatabase(const std::string& url, const std::string& database) 
            (query == std::string::npos ? std::string() : url.substr(query));
 }
 
-unsigned long run(const CVORNBase& statement) {
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
-    return db->execWriteSQL(statement);
-}
-
 std::vector<long> ids(const CVORNCriterion& condition) {
     CVORNSelector selector;
     selector.table("t");
     selector.select("id");
     selector.where(condition);
     selector.orderBy("id", true);
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
-    CVORNReader reader;
-    std::vector<long> out;
-    EXPECT_EQ(db->execReadSQL(selector, reader), 0u) << selector.toString();
-    while (reader.hasNextElement()) {
-        long id = 0;
-        reader >> id;
-        out.push_back(id);
-    }
-    return out;
+    return selectedIds(selector);
 }
 
 std::string hex(const std::string& bytes) {
@@ -131,13 +115,13 @@ TEST_P(PgQuotingModeTest, BackslashesBeforeQuotesStayData) {
         CVORNInserter inserter;
         inserter.table("t");
         inserter["id"]["name"] << std::stol(row[0]) << (row[0] == "6" ? "six" : row[1]);
-        EXPECT_EQ(run(inserter), 0u) << inserter.toString();
+        EXPECT_EQ(runStatement(inserter), 0u) << inserter.toString();
     }
     CVORNUpdater updater;
     updater.table("t");
     updater["name"].assign(kWhereAll);
     updater.where(CVORNTable("t")["id"] == 6);
-    EXPECT_EQ(run(updater), 0u) << updater.toString();
+    EXPECT_EQ(runStatement(updater), 0u) << updater.toString();
     EXPECT_EQ(runQuery("select id, name from t order by id", 2), kStored);
 
     const CVORNTable t("t");
@@ -177,7 +161,7 @@ TEST_F(PgSessionModeTest, ARawSetLastsOnlyUntilTheNextStatement) {
     CVORNInserter inserter;
     inserter.table("t");
     inserter["id"]["name"] << 3 << kSecondRow;
-    ASSERT_EQ(run(inserter), 0u) << inserter.toString();
+    ASSERT_EQ(runStatement(inserter), 0u) << inserter.toString();
     ASSERT_EQ(db->commitTransaction(), 0u);
     EXPECT_EQ(ids(CVORNTable("t")["name"] >= kSecondRow), (std::vector<long>{3}));
     EXPECT_EQ(runQuery("select id, name from t", 2), (Rows{{"3", kSecondRow}}));
@@ -197,7 +181,7 @@ TEST_F(PgSessionModeTest, Utf8TextStaysUtf8WhateverTheClientEncodingDefault) {
     CVORNInserter inserter;
     inserter.table("t");
     inserter["id"]["name"] << 1 << text;
-    ASSERT_EQ(run(inserter), 0u);
+    ASSERT_EQ(runStatement(inserter), 0u);
     BatchInserter batch;
     batch.table("t");
     batch["id"] << 2;
@@ -210,7 +194,7 @@ TEST_F(PgSessionModeTest, Utf8TextStaysUtf8WhateverTheClientEncodingDefault) {
     updater.table("t");
     updater["name"].assign(text + "!");
     updater.where(CVORNTable("t")["id"] == 1);
-    ASSERT_EQ(run(updater), 0u);
+    ASSERT_EQ(runStatement(updater), 0u);
 
     EXPECT_EQ(runQuery("select id, name, encode(convert_to(name, 'UTF8'), 'hex'), length(name) "
                        "from t order by id",

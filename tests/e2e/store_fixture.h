@@ -26,6 +26,28 @@ inline unsigned long runWrite(const std::string& sql, bool useProcessSessionName
     return db->execWriteSQL(statement);
 }
 
+// Runs a built statement through a fresh guard; returns the executor's code.
+inline unsigned long runStatement(const CVORNBase& statement) {
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    return db->execWriteSQL(statement);
+}
+
+// The ids a selector returns, in its order.
+inline std::vector<long> selectedIds(const CVORNSelector& selector) {
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    CVORNReader reader;
+    std::vector<long> out;
+    EXPECT_EQ(db->execReadSQL(selector, reader), 0u) << selector.toString();
+    while (reader.hasNextElement()) {
+        long id = 0;
+        reader >> id;
+        out.push_back(id);
+    }
+    return out;
+}
+
 // A raw query run through its own guard, with the reader left open for the
 // test to pull rows from.
 struct OpenQuery {
