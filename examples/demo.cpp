@@ -201,6 +201,22 @@ void batchInsert(CVORN* db) {
                 seconds, kRows / seconds, countRows(db, "history"));
 }
 
+// What the library counted of this run: calls, errors, rows and durations per
+// session name and kind of statement.
+void printStatistics() {
+    std::printf("\nStatistics of this run:\n");
+    std::printf("  %-10s %-9s %6s %6s %8s %10s %10s\n", "session", "kind", "calls", "errors",
+                "rows", "total ms", "max ms");
+    for (const vorn::StatementStatistics& s : vorn::statistics()) {
+        using Ms = std::chrono::duration<double, std::milli>;
+        std::printf("  %-10s %-9s %6llu %6llu %8llu %10.3f %10.3f\n", s.session.c_str(),
+                    vorn::toString(s.kind), static_cast<unsigned long long>(s.calls),
+                    static_cast<unsigned long long>(s.errors),
+                    static_cast<unsigned long long>(s.rows), Ms(s.totalDuration).count(),
+                    Ms(s.maxDuration).count());
+    }
+}
+
 }  // namespace
 
 int main() {
@@ -214,6 +230,7 @@ int main() {
     rolledBackTransaction(db);
     builders(db);
     batchInsert(db);
+    printStatistics();
 
     std::printf("\n%s\n", g_failures == 0 ? "Done: every step succeeded."
                                           : "Done, with failures (see above).");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "vorn/base.h"
@@ -17,9 +18,13 @@
 // exactly one blank reads as "" and counts as empty. Only int and unsigned int
 // understand the words TRUE/true/FALSE/false. A reader used for a second query
 // must be cleared first.
+namespace vorn::diag {
+class PendingRead;
+}
+
 class VORN_API CVORNReader {
   public:
-    CVORNReader() = default;
+    CVORNReader();
     virtual ~CVORNReader();
     CVORNReader(const CVORNReader&) = delete;
     CVORNReader& operator=(const CVORNReader&) = delete;
@@ -49,6 +54,10 @@ class VORN_API CVORNReader {
     CVORNReader& operator>>(CVORNNull& marker);
 
   private:
+    friend class MIRAsqlDB;  // starts the record of each read (see <vorn/diagnostics.h>)
+
+    // Records the read that is open, if any, as ended.
+    void endRead() noexcept;
     bool markNullIf(bool empty);
     // Reads one field into value with convert, or marks it empty.
     template <class T, class Convert>
@@ -59,4 +68,5 @@ class VORN_API CVORNReader {
     std::uint32_t m_fieldIndex = 0;
     bool m_fetched = false;
     bool* m_nullFlag = nullptr;
+    std::unique_ptr<vorn::diag::PendingRead> m_read;
 };

@@ -4,6 +4,7 @@
 #include "vorn/base.h"
 #include "vorn/batch_inserter.h"
 #include "vorn/connections.h"
+#include "vorn/diagnostics.h"
 #include "vorn/criterion.h"
 #include "vorn/database.h"
 #include "vorn/datasource.h"

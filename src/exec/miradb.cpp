@@ -1,8 +1,10 @@
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 
+#include "exec/diagnostics/call_record.h"
 #include "vorn/batch_inserter.h"
 #include "vorn/database.h"
 #include "vorn/keywords.h"
@@ -14,6 +16,8 @@
 
 namespace {
 
+using vorn::StatementKind;
+using vorn::diag::Clock;
 using vorn::platform::DataSession;
 using vorn::platform::ExecResult;
 using vorn::platform::Logger;
@@ -46,15 +50,30 @@ std::string tagged(std::string_view message) {
     return text;
 }
 
-void logRefusal(const char* function, int line, std::string_view message) {
+// The library refuses a call itself: an error line, and the call's record.
+unsigned long refuse(StatementKind kind, const char* session, Clock::time_point start,
+                     const char* function, int line, std::string_view message) {
     Logger::error(kRefusalLogCode, SourceLocation{kUnit, function, line},
                   LogScrubber::scrub(tagged(message)));
+    const std::string text(message);
+    vorn::diag::Outcome outcome;
+    outcome.code = kRefused;
+    outcome.message = &text;
+    outcome.refused = true;
+    vorn::diag::record(kind, session, std::string_view(), start, outcome);
+    return kRefused;
 }
 
-// A failed execution is reported at information level with the store's detail.
-unsigned long reportFailure(const char* function, int line, const ExecResult& status) {
-    Logger::info(SourceLocation{kUnit, function, line},
-                 LogScrubber::scrub(tagged(status.detail().value_or(std::string()))));
+// Records a call the store ran; a failure is reported at information level
+// with the store's detail and the code returned.
+unsigned long finish(StatementKind kind, const char* session, std::string_view text,
+                     Clock::time_point start, const char* function, int line,
+                     const ExecResult& status) {
+    vorn::diag::record(kind, session, text, start, vorn::diag::outcomeOf(status));
+    if (status.outcome() != 0) {
+        Logger::info(status.errorCode(), SourceLocation{kUnit, function, line},
+                     LogScrubber::scrub(tagged(status.detail().value_or(std::string()))));
+    }
     return status.errorCode();
 }
 
@@ -109,45 +128,58 @@ const char* MIRAsqlDB::sessionName() const {
 }
 
 unsigned long MIRAsqlDB::beginTransaction() {
+    const Clock::time_point start = Clock::now();
     DataSession session(sessionName());
-    return session.beginTransaction().errorCode();
+    return finish(StatementKind::Begin, sessionName(), "BEGIN", start, "beginTransaction", __LINE__,
+                  session.beginTransaction());
 }
 
 unsigned long MIRAsqlDB::commitTransaction() {
+    const Clock::time_point start = Clock::now();
     DataSession session(sessionName());
-    return session.commit().errorCode();
+    return finish(StatementKind::Commit, sessionName(), "COMMIT", start, "commitTransaction",
+                  __LINE__, session.commit());
 }
 
 unsigned long MIRAsqlDB::rollbackTransaction() {
+    const Clock::time_point start = Clock::now();
     DataSession session(sessionName());
-    return session.rollback().errorCode();
+    return finish(StatementKind::Rollback, sessionName(), "ROLLBACK", start, "rollbackTransaction",
+                  __LINE__, session.rollback());
 }
 
 unsigned long MIRAsqlDB::execReadSQL(const CVORNBase& statement, CVORNReader& reader) {
     vorn::platform::FunctionTrace trace(SourceLocation{kUnit, kExecRead, 55});
-    const std::string sql = statement.toString();
+    const Clock::time_point start = Clock::now();
+    std::string sql = statement.toString();
     if (sql.empty()) {
-        logRefusal(kExecRead, 58, "Exception! strSQL is empty string!");
-        return kRefused;
+        return refuse(StatementKind::Read, sessionName(), start, kExecRead, 58,
+                      "Exception! strSQL is empty string!");
     }
     DataSession* session = reader.initializeSession(sessionName());
     if (session == nullptr) {
-        logRefusal(kExecRead, 69, "Exception! strSQL is empty string!");
-        return kRefused;
+        return refuse(StatementKind::Read, sessionName(), start, kExecRead, 69,
+                      "Exception! strSQL is empty string!");
     }
+    reader.endRead();  // a read still open on this reader ends here
     static const std::string id = vorn::platform::makeStatementId(kUnit, kExecRead, 63);
     const ExecResult status = session->execute(id, SqlKind::Read, sql, NoParameters{});
     if (status.outcome() == 0) {
+        // Recorded when its rows end, with their number.
+        reader.m_read =
+            std::make_unique<vorn::diag::PendingRead>(sessionName(), std::move(sql), start);
+        vorn::diag::noteFetch(sessionName(), status);
         return 0;
     }
-    return reportFailure(kExecRead, 65, status);
+    return finish(StatementKind::Read, sessionName(), sql, start, kExecRead, 65, status);
 }
 
 unsigned long MIRAsqlDB::execWriteSQL(const CVORNBase& statement) {
+    const Clock::time_point start = Clock::now();
     const std::string sql = statement.toString();
     if (sql.empty()) {
-        logRefusal(kExecWrite, 80, "execWriteSQL! strSQL is empty string!");
-        return kRefused;
+        return refuse(StatementKind::Write, sessionName(), start, kExecWrite, 80,
+                      "execWriteSQL! strSQL is empty string!");
     }
     static const std::string id = vorn::platform::makeStatementId(kUnit, kExecWrite, 84);
     ExecResult status;
@@ -155,17 +187,15 @@ unsigned long MIRAsqlDB::execWriteSQL(const CVORNBase& statement) {
         DataSession session(sessionName());
         status = session.execute(id, SqlKind::Write, sql, NoParameters{});
     }
-    if (status.outcome() == 0) {
-        return 0;
-    }
-    return reportFailure(kExecWrite, 86, status);
+    return finish(StatementKind::Write, sessionName(), sql, start, kExecWrite, 86, status);
 }
 
 unsigned long MIRAsqlDB::ExecBatchInserter(const BatchInserter& batch) {
+    const Clock::time_point start = Clock::now();
     const std::string sql = batch.toString();
     if (sql.empty()) {
-        logRefusal(kExecBatch, 97, "ExecBatchInserter! strSQL is empty string!");
-        return kRefused;
+        return refuse(StatementKind::Batch, sessionName(), start, kExecBatch, 97,
+                      "ExecBatchInserter! strSQL is empty string!");
     }
     // The one copy of the columns this call makes; the references below point
     // into it, never into the caller's inserter.
@@ -174,7 +204,8 @@ unsigned long MIRAsqlDB::ExecBatchInserter(const BatchInserter& batch) {
     if (paramMap.empty()) {
         Logger::info(SourceLocation{kUnit, kExecBatch, 105},
                      LogScrubber::scrub(tagged("ExecBatchInserter! paramMap is empty!")));
-        return 0;
+        return finish(StatementKind::Batch, sessionName(), sql, start, kExecBatch, 105,
+                      ExecResult());
     }
 
     vorn::platform::ParamRefMap refs;
@@ -184,8 +215,8 @@ unsigned long MIRAsqlDB::ExecBatchInserter(const BatchInserter& batch) {
         // Only the low 32 bits of the lengths are compared.
         const auto count = static_cast<std::uint32_t>(referToColumn(refs, key, column));
         if (!firstColumn && count != rows) {
-            logRefusal(kExecBatch, 141, "ExecBatchInserter! paramMap is error!");
-            return kRefused;
+            return refuse(StatementKind::Batch, sessionName(), start, kExecBatch, 141,
+                          "ExecBatchInserter! paramMap is error!");
         }
         rows = count;
         firstColumn = false;
@@ -201,8 +232,5 @@ unsigned long MIRAsqlDB::ExecBatchInserter(const BatchInserter& batch) {
             &refs};
         status = session.execute(id, SqlKind::Batch, sql, parameters);
     }
-    if (status.outcome() == 0) {
-        return 0;
-    }
-    return reportFailure(kExecBatch, 149, status);
+    return finish(StatementKind::Batch, sessionName(), sql, start, kExecBatch, 149, status);
 }

@@ -4,6 +4,7 @@
 #include <sstream>
 #include <string_view>
 
+#include "exec/diagnostics/call_record.h"
 #include "vorn/keywords.h"
 
 namespace {
@@ -38,6 +39,8 @@ T extractIntegerOrBoolean(const std::string& text) {
 
 }  // namespace
 
+CVORNReader::CVORNReader() = default;
+
 CVORNReader::~CVORNReader() {
     m_nullFlag = nullptr;
     CVORNReader::clear();
@@ -62,8 +65,21 @@ bool CVORNReader::hasNextElement() {
     const bool fetched = m_session->fetchRow(status, target, 100);
     if (fetched) {
         m_fieldIndex = 0;
+        if (m_read) {
+            m_read->countRow();
+        }
+    } else if (m_read) {
+        m_read->finish(status);  // the end of the rows, or a failed fetch
+        m_read.reset();
     }
     return fetched;
+}
+
+void CVORNReader::endRead() noexcept {
+    if (m_read) {
+        m_read->finish(vorn::platform::ExecResult());
+        m_read.reset();
+    }
 }
 
 bool CVORNReader::operator()() {
@@ -156,6 +172,7 @@ CVORNReader& CVORNReader::operator>>(std::string& value) {
 }
 
 void CVORNReader::clear() noexcept {
+    endRead();
     delete m_session;
     m_session = nullptr;
     m_row.clear();

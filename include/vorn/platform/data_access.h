@@ -29,11 +29,16 @@ class VORN_API ExecResult {
     bool ok() const noexcept { return m_outcome == 0; }
     std::uint64_t errorCode() const noexcept { return m_code; }
     const std::optional<std::string>& detail() const noexcept { return m_detail; }
+    // The rows a successful write or batch changed, as the store counts them
+    // (0 when it does not say).
+    std::uint64_t rows() const noexcept { return m_rows; }
+    void setRows(std::uint64_t rows) noexcept { m_rows = rows; }
 
   private:
     std::int32_t m_outcome = 0;
     std::uint64_t m_code = 0;
     std::optional<std::string> m_detail;
+    std::uint64_t m_rows = 0;
 };
 
 // One field of a fetched row, as text. NULL reads as the empty text.

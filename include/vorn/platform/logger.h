@@ -20,18 +20,25 @@ enum class LogLevel : int { Trace = 0, Info = 2, Error = 4, Off = 6 };
 
 struct LogRecord {
     LogLevel level;
-    std::uint32_t code;  // error code; 0 for information and trace records
+    // The error code of an error record; for an information record of a
+    // failed call, the code the call returned when it fits (else 0); 0 for
+    // the others.
+    std::uint32_t code;
     std::string unit;
     std::string function;
     int line;
     std::string text;  // exactly as logged
+    // The code the failed call returned, in full (PostgreSQL's codes take 64
+    // bits); the error code for error records; 0 for the others.
+    std::uint64_t returnedCode = 0;
+    std::uint64_t thread = 0;  // the calling thread's id (gettid)
 };
 
 using LogSink = std::function<void(const LogRecord&)>;
 
 // The library's log. By default every record at or above the threshold goes to
 // stderr as one line: time, level, process:thread, unit:function:line, the code
-// (errors only, "code=N") and the text as given. The text is not filtered here:
+// (errors and failed calls, "code=N") and the text as given. The text is not filtered here:
 // callers pass it through LogScrubber first. The threshold is Info unless
 // VORN_LOG_LEVEL (trace, info, error, off; read at first use) says otherwise; a
 // disabled level costs one atomic load. A host process can route records
@@ -40,6 +47,9 @@ class VORN_API Logger {
   public:
     static void error(std::uint32_t code, const SourceLocation& where, const std::string& text);
     static void info(const SourceLocation& where, const std::string& text);
+    // An information record of a failed call, carrying the code it returned.
+    static void info(std::uint64_t returnedCode, const SourceLocation& where,
+                     const std::string& text);
     static void trace(const SourceLocation& where, const std::string& text);
 
     static void setLevel(LogLevel level);

@@ -114,7 +114,11 @@ ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind
     if (!status.ok()) {
         return status;
     }
-    return m_impl->connection->executeBatch(sql, batch);
+    status = m_impl->connection->executeBatch(sql, batch);
+    if (status.ok()) {
+        status.setRows(batch.rows());
+    }
+    return status;
 }
 
 bool DataSession::fetchRow(ExecResult& status, const TypedRef& rowTarget, int /*maxRows*/) {

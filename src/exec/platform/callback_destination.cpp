@@ -1,3 +1,6 @@
+#include <unistd.h>
+
+#include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <utility>
@@ -16,10 +19,17 @@ class CallbackDestination final : public LogDestination {
   public:
     explicit CallbackDestination(LogSink sink) : m_sink(std::move(sink)) {}
 
-    void write(LogLevel level, std::uint32_t code, const SourceLocation& where,
+    void write(LogLevel level, std::uint64_t code, const SourceLocation& where,
                const std::string& text) override {
-        const LogRecord record{level,      code, orEmpty(where.unit), orEmpty(where.function),
-                               where.line, text};
+        const auto narrow = code <= UINT32_MAX ? static_cast<std::uint32_t>(code) : 0U;
+        const LogRecord record{level,
+                               narrow,
+                               orEmpty(where.unit),
+                               orEmpty(where.function),
+                               where.line,
+                               text,
+                               code,
+                               static_cast<std::uint64_t>(::gettid())};
         // Logging is called from error paths and destructors, so a failing
         // host callback must not unwind through the library.
         try {

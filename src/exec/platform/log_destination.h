@@ -14,7 +14,7 @@ namespace vorn::platform::detail {
 class LogDestination {
   public:
     virtual ~LogDestination() = default;
-    virtual void write(LogLevel level, std::uint32_t code, const SourceLocation& where,
+    virtual void write(LogLevel level, std::uint64_t code, const SourceLocation& where,
                        const std::string& text) = 0;
 };
 

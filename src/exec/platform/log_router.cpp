@@ -32,7 +32,7 @@ class WritingScope {
 
 }  // namespace
 
-void LogRouter::write(LogLevel level, std::uint32_t code, const SourceLocation& where,
+void LogRouter::write(LogLevel level, std::uint64_t code, const SourceLocation& where,
                       const std::string& text) {
     if (t_writingTo != nullptr) {
         t_writingTo->write(level, code, where, text);

@@ -16,7 +16,7 @@ namespace vorn::platform::detail {
 // replace() must not be called from inside a destination.
 class LogRouter {
   public:
-    static void write(LogLevel level, std::uint32_t code, const SourceLocation& where,
+    static void write(LogLevel level, std::uint64_t code, const SourceLocation& where,
                       const std::string& text);
 
     // Installs next and returns the previous destination; the caller releases

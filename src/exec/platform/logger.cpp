@@ -71,7 +71,7 @@ int threshold() {
     return value != kUnread ? value : readThresholdFromEnvironment();
 }
 
-void writeIfEnabled(LogLevel level, std::uint32_t code, const SourceLocation& where,
+void writeIfEnabled(LogLevel level, std::uint64_t code, const SourceLocation& where,
                     const std::string& text) {
     if (Logger::enabled(level)) {
         detail::LogRouter::write(level, code, where, text);
@@ -92,6 +92,11 @@ void Logger::error(std::uint32_t code, const SourceLocation& where, const std::s
 
 void Logger::info(const SourceLocation& where, const std::string& text) {
     writeIfEnabled(LogLevel::Info, 0, where, text);
+}
+
+void Logger::info(std::uint64_t returnedCode, const SourceLocation& where,
+                  const std::string& text) {
+    writeIfEnabled(LogLevel::Info, returnedCode, where, text);
 }
 
 void Logger::trace(const SourceLocation& where, const std::string& text) {

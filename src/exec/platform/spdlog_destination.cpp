@@ -31,8 +31,9 @@ spdlog::level::level_enum toSpdlog(LogLevel level) {
     return spdlog::level::off;
 }
 
-// "unit:function:line [code=N ]text"; the code only on error records.
-std::string payload(LogLevel level, std::uint32_t code, const SourceLocation& where,
+// "unit:function:line [code=N ]text"; the code on error records and on
+// those of failed calls.
+std::string payload(LogLevel level, std::uint64_t code, const SourceLocation& where,
                     const std::string& text) {
     std::string out;
     out.reserve(text.size() + 64);
@@ -42,7 +43,7 @@ std::string payload(LogLevel level, std::uint32_t code, const SourceLocation& wh
     out.push_back(':');
     out.append(std::to_string(where.line));
     out.push_back(' ');
-    if (level == LogLevel::Error) {
+    if (level == LogLevel::Error || code != 0) {
         out.append("code=");
         out.append(std::to_string(code));
         out.push_back(' ');
@@ -62,7 +63,7 @@ class SpdlogDestination final : public LogDestination {
         m_logger.set_pattern(pattern);
     }
 
-    void write(LogLevel level, std::uint32_t code, const SourceLocation& where,
+    void write(LogLevel level, std::uint64_t code, const SourceLocation& where,
                const std::string& text) override {
         const std::string line = payload(level, code, where, text);
         m_logger.log(toSpdlog(level), spdlog::string_view_t(line.data(), line.size()));

@@ -53,7 +53,23 @@ std::unique_ptr<PgConnection> PgConnection::open(const PgSettings& settings, con
 
 ExecResult PgConnection::control(const char* sql, PgResult* kept) {
     ExecResult status = m_reads->release();
-    return status.ok() ? m_link->runOne(PgLink::Scope::None, sql, kept) : status;
+    if (!status.ok()) {
+        return status;
+    }
+    // The server only warns of a BEGIN inside a transaction and of a COMMIT
+    // or ROLLBACK outside one, and the call succeeds; the log says so, as
+    // SQLite's refusal of the same call is logged.
+    const bool begin = std::strcmp(sql, "BEGIN") == 0;
+    const bool needless = begin == m_link->inTransaction();
+    status = m_link->runOne(PgLink::Scope::None, sql, kept);
+    if (status.ok() && needless) {
+        platform::Logger::info(
+            {"PgConnection", "control", __LINE__},
+            std::string("[VORNLib]") + sql +
+                (begin ? " inside an open transaction" : " without an open transaction") +
+                ": the server changed nothing");
+    }
+    return status;
 }
 
 ExecResult PgConnection::begin() {
@@ -82,7 +98,15 @@ ExecResult PgConnection::execute(const std::string& sql) {
         return status;
     }
     status = m_reads->release();
-    return status.ok() ? m_link->runOne(m_link->statementScope(sql), sql) : status;
+    if (!status.ok()) {
+        return status;
+    }
+    PgResult result;
+    status = m_link->runOne(m_link->statementScope(sql), sql, &result);
+    if (status.ok() && result) {
+        status.setRows(std::strtoull(PQcmdTuples(result.get()), nullptr, 10));
+    }
+    return status;
 }
 
 ExecResult PgConnection::query(const std::string& sql, std::unique_ptr<Cursor>& cursor) {

@@ -162,6 +162,7 @@ ExecResult SqliteConnection::execute(const std::string& sql) {
     if (!status.ok() || stmt.get() == nullptr) {
         return status;
     }
+    const sqlite3_int64 changedBefore = sqlite3_total_changes64(m_db);
     int rc = SQLITE_ROW;
     while (rc == SQLITE_ROW) {
         rc = sqlite3_step(stmt.get());
@@ -169,6 +170,7 @@ ExecResult SqliteConnection::execute(const std::string& sql) {
     if (rc != SQLITE_DONE) {
         return sqliteFailure(m_db);
     }
+    status.setRows(static_cast<std::uint64_t>(sqlite3_total_changes64(m_db) - changedBefore));
     return status;
 }
 

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "vorn/diagnostics.h"
+#include "vorn/platform/data_access.h"
+
+// The recording of the calls of database objects: each call's outcome becomes
+// the thread's last error, a line of the statistics, an event for the
+// observer and, when slow, a log line.
+namespace vorn::diag {
+
+using Clock = std::chrono::steady_clock;
+
+// How a call ended.
+struct Outcome {
+    unsigned long code = 0;
+    // The store's or the library's text; null when there is none.
+    const std::string* message = nullptr;
+    // The library refused the call itself (code 1 is then not SQLite's).
+    bool refused = false;
+    std::uint64_t rows = 0;
+};
+
+// Outcome of a data-access result.
+Outcome outcomeOf(const platform::ExecResult& status);
+
+// Records one finished statement: text is what ran (the SQL text, or BEGIN /
+// COMMIT / ROLLBACK), session the session name it ran on.
+void record(StatementKind kind, const char* session, std::string_view text, Clock::time_point start,
+            const Outcome& outcome);
+
+// A read from its start to its end: made by execReadSQL, kept by the reader
+// while rows are fetched, and recorded once when the read ends.
+class PendingRead {
+  public:
+    PendingRead(std::string session, std::string text, Clock::time_point start)
+        : m_session(std::move(session)), m_text(std::move(text)), m_start(start) {}
+    PendingRead(const PendingRead&) = delete;
+    PendingRead& operator=(const PendingRead&) = delete;
+
+    void countRow() noexcept { ++m_rows; }
+    // The end of the read: its rows are all fetched (status success) or a fetch failed.
+    void finish(const platform::ExecResult& status);
+
+  private:
+    std::string m_session;
+    std::string m_text;
+    Clock::time_point m_start;
+    std::uint64_t m_rows = 0;
+};
+
+// Sets the thread's last error from a fetch (cleared by a successful one).
+void noteFetch(const char* session, const platform::ExecResult& status);
+
+// The thread's last error, as noted by record and noteFetch.
+ErrorInfo lastErrorOfThread();
+
+}  // namespace vorn::diag

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <vector>
+
+#include "vorn/diagnostics.h"
+
+namespace vorn::diag {
+
+// The statistics of every session name and statement kind, for the whole
+// process: one small table under one lock, held for a few dozen nanoseconds
+// per statement (and across fork(), so a child finds it consistent).
+class StatisticsStore {
+  public:
+    static void add(StatementKind kind, const char* session, std::chrono::nanoseconds duration,
+                    std::uint64_t rows, ErrorCategory category);
+    static std::vector<StatementStatistics> snapshot();
+    static void reset();
+};
+
+}  // namespace vorn::diag

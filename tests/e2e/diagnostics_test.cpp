@@ -1,0 +1,251 @@
+// What a caller learns besides the return code, on every store: the last
+// error with a category that is the same for the same fault everywhere, the
+// events of the statements, the statistics and the log of slow statements.
+#include "vorn/diagnostics.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <ostream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "log_capture.h"
+#include "store_fixture.h"
+#include "vorn/vorn.h"
+
+namespace vorn {
+// Categories by name in test messages.
+inline void PrintTo(ErrorCategory category, std::ostream* out) {
+    *out << toString(category);
+}
+}  // namespace vorn
+
+namespace vorn::test {
+namespace {
+
+using namespace std::chrono_literals;
+using platform::LogLevel;
+
+class DiagnosticsTest : public StoreTest {
+  protected:
+    void TearDown() override {
+        setStatementObserver(nullptr);
+        setSlowStatementThreshold(0ms);
+        unbindDataSource("default");  // some tests bind it to a URL of their own
+        StoreTest::TearDown();
+    }
+
+    // Rebinds "default" with a short wait for locks: busy_timeout on SQLite,
+    // lock_timeout on PostgreSQL.
+    void bindWithShortLockWait() {
+        const std::string url = onPostgres()
+                                    ? postgresUrl() + "?options=-c%20search_path%3D" +
+                                          m_schemas["default"] + "%20-c%20lock_timeout%3D50"
+                                    : "sqlite:" + m_dir.file("default.db") + "?busy_timeout=50";
+        ASSERT_EQ(bindDataSource("default", url), 0u);
+    }
+};
+
+void expectCleared() {
+    const ErrorInfo last = lastError();
+    EXPECT_EQ(last.code, 0u);
+    EXPECT_EQ(last.category, ErrorCategory::None);
+    EXPECT_TRUE(last.message.empty() && last.sqlstate.empty() && last.session.empty());
+}
+
+TEST_F(DiagnosticsTest, AFailureGivesTheSameCategoryOnEveryStoreAndASuccessClearsIt) {
+    ASSERT_EQ(runWrite("create table u(id integer unique)"), 0u);
+    ASSERT_EQ(runWrite("insert into u values(1)"), 0u);
+    const struct {
+        const char* sql;
+        ErrorCategory category;
+        const char* sqlstate;
+        std::uint64_t sqliteCode;
+    } cases[] = {
+        {"selec 1", ErrorCategory::Syntax, "42601", 1},
+        {"insert into missing values(1)", ErrorCategory::Syntax, "42P01", 1},
+        {"select nothere from u", ErrorCategory::Syntax, "42703", 1},
+        {"insert into u values(1)", ErrorCategory::Constraint, "23505", 2067},
+        {"", ErrorCategory::Refused, "", 0},  // the library's own refusal
+    };
+    int next = 2;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.sql);
+        const unsigned long code = runWrite(c.sql);
+        ASSERT_NE(code, 0u);
+        const ErrorInfo last = lastError();
+        EXPECT_EQ(last.code, code);
+        EXPECT_EQ(last.category, c.category) << toString(last.category);
+        EXPECT_EQ(last.sqlstate, c.sqlstate);
+        EXPECT_EQ(last.storeCode, onPostgres() ? 0 : c.sqliteCode);
+        EXPECT_EQ(last.session, "default");
+        EXPECT_FALSE(last.message.empty());
+        ASSERT_EQ(runWrite("insert into u values(" + std::to_string(next++) + ")"), 0u);
+        expectCleared();
+    }
+    EXPECT_EQ(runQuery("select count(*) from u", 1), (Rows{{"6"}}));  // nothing lost
+}
+
+TEST_F(DiagnosticsTest, ALockHeldElsewhereIsBusyOnEveryStore) {
+    ASSERT_EQ(runWrite("create table t(id integer)"), 0u);
+    bindWithShortLockWait();
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool holding = false;
+    bool done = false;
+    std::thread holder([&] {
+        CVORN* db = nullptr;
+        GuardDB guard("TaskDB", db, false);
+        EXPECT_EQ(db->beginTransaction(), 0u);
+        EXPECT_EQ(runWrite(onPostgres() ? "lock table t in access exclusive mode"
+                                        : "insert into t values(1)"),
+                  0u);
+        std::unique_lock<std::mutex> lock(mutex);
+        holding = true;
+        changed.notify_all();
+        changed.wait(lock, [&] { return done; });
+        EXPECT_EQ(db->rollbackTransaction(), 0u);
+    });
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        changed.wait(lock, [&] { return holding; });
+    }
+    const unsigned long code = runWrite("insert into t values(2)");
+    const ErrorInfo last = lastError();
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        done = true;
+    }
+    changed.notify_all();
+    holder.join();
+    EXPECT_NE(code, 0u);
+    EXPECT_EQ(last.category, ErrorCategory::Busy) << last.code << ": " << last.message;
+    EXPECT_EQ(runWrite("insert into t values(3)"), 0u);  // the store is free again
+}
+
+TEST_F(DiagnosticsTest, NoConnectionIsConnectionLostOnEveryStore) {
+    if (onPostgres()) {
+        ASSERT_EQ(runWrite("create table t(id integer)"), 0u);
+        const Rows pid = runQuery("select pg_backend_pid()", 1);
+        ASSERT_EQ(pid.size(), 1u);
+        ASSERT_TRUE(adminExecute("select pg_terminate_backend(" + pid[0][0] + ")"));
+    } else {
+        ASSERT_EQ(bindDataSource("default", "sqlite:" + m_dir.file("no/such/dir.db") + "?mode=rw"),
+                  0u);
+    }
+    EXPECT_NE(runWrite("insert into t values(1)"), 0u);
+    const ErrorInfo last = lastError();
+    EXPECT_EQ(last.category, ErrorCategory::ConnectionLost) << last.code << ": " << last.message;
+    EXPECT_EQ(last.sqlstate.substr(0, 2), last.sqlstate == "57P01" ? "57" : "08");
+}
+
+TEST_F(DiagnosticsTest, TheObserverSeesEveryStatementAndTheStatisticsCountThem) {
+    ASSERT_EQ(runWrite("create table t(id integer, name text)"), 0u);
+    std::vector<StatementEvent> events;
+    std::vector<std::string> texts;
+    setStatementObserver([&](const StatementEvent& event) {
+        events.push_back(event);
+        texts.emplace_back(event.text);
+    });
+    resetStatistics();
+
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    ASSERT_EQ(db->beginTransaction(), 0u);
+    CVORNInserter inserter;
+    inserter.table("t");
+    inserter["id"]["name"] << 1 << "password=hunter22";
+    ASSERT_EQ(db->execWriteSQL(inserter), 0u);
+    BatchInserter batch;
+    batch.table("t");
+    batch["id"] << 2 << 3 << 4;
+    batch["name"] << "b"
+                  << "c"
+                  << "d";
+    ASSERT_EQ(db->ExecBatchInserter(batch), 0u);
+    {
+        CVORNsqlstr read;
+        read.assign("select id from t order by id");
+        CVORNReader reader;
+        ASSERT_EQ(db->execReadSQL(read, reader), 0u);
+        int rows = 0;
+        while (reader.hasNextElement()) {
+            ++rows;
+        }
+        EXPECT_EQ(rows, 4);
+    }
+    EXPECT_NE(runWrite("selec 1"), 0u);
+    ASSERT_EQ(db->commitTransaction(), 0u);
+    setStatementObserver(nullptr);
+
+    const std::vector<StatementKind> kinds = {StatementKind::Begin, StatementKind::Write,
+                                              StatementKind::Batch, StatementKind::Read,
+                                              StatementKind::Write, StatementKind::Commit};
+    ASSERT_EQ(events.size(), kinds.size());
+    const std::uint64_t rows[] = {0, 1, 3, 4, 0, 0};
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        SCOPED_TRACE(texts[i]);
+        EXPECT_EQ(events[i].kind, kinds[i]);
+        EXPECT_EQ(events[i].rows, rows[i]);
+        EXPECT_GT(events[i].duration, 0ns);
+        EXPECT_LT(events[i].duration, 60s);
+    }
+    EXPECT_EQ(texts[1].find("hunter22"), std::string::npos);  // scrubbed
+    EXPECT_NE(texts[1].find("password=***"), std::string::npos);
+    EXPECT_EQ(events[4].category, ErrorCategory::Syntax);
+    EXPECT_EQ(texts[5], "COMMIT");
+
+    for (const StatementStatistics& s : statistics()) {
+        SCOPED_TRACE(toString(s.kind));
+        EXPECT_EQ(s.session, "default");
+        const bool write = s.kind == StatementKind::Write;
+        EXPECT_EQ(s.calls, write ? 2u : 1u);
+        EXPECT_EQ(s.errors, write ? 1u : 0u);
+        EXPECT_EQ(s.errorsByCategory[static_cast<int>(ErrorCategory::Syntax)], s.errors);
+        EXPECT_GE(s.totalDuration, s.maxDuration);
+        EXPECT_GT(s.maxDuration, 0ns);
+    }
+    EXPECT_EQ(statistics().size(), 5u);
+}
+
+TEST_F(DiagnosticsTest, FailuresAndSlowStatementsAreLoggedWithTheirCodeAndThread) {
+    LogCapture log;
+    const unsigned long code = runWrite("insert into missing values('pwd=s3cret')");
+    ASSERT_NE(code, 0u);
+    const auto failures = log.at(LogLevel::Info);
+    ASSERT_EQ(failures.size(), 1u);
+    EXPECT_EQ(failures[0].returnedCode, code);
+    EXPECT_EQ(failures[0].thread, static_cast<std::uint64_t>(::gettid()));
+
+    // A commit without a transaction: refused by SQLite, a warning of the
+    // server's on PostgreSQL; logged either way.
+    log.reset();
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    db->commitTransaction();
+    ASSERT_EQ(log.at(LogLevel::Info).size(), 1u);
+    EXPECT_NE(log.at(LogLevel::Info)[0].text.find("transaction"), std::string::npos);
+
+    log.reset();
+    setSlowStatementThreshold(1ms);
+    EXPECT_EQ(slowStatementThreshold(), 1ms);
+    const std::string slow = onPostgres()
+                                 ? "select pg_sleep(0.01), 'password=s3cret'"
+                                 : "with recursive g(v) as (select 1 union all select v + 1 from g "
+                                   "where v < 300000) select count(*), 'password=s3cret' from g";
+    const Rows rows = runQuery(slow, 1);
+    ASSERT_EQ(rows.size(), 1u);
+    const auto lines = log.at(LogLevel::Info);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].text.rfind("[VORNLib]slow statement: ", 0), 0u) << lines[0].text;
+    EXPECT_NE(lines[0].text.find("1 rows, read on session default"), std::string::npos);
+    EXPECT_EQ(lines[0].text.find("s3cret"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace vorn::test
