@@ -77,7 +77,10 @@ bool CVORNReader::hasNextElement() {
 
 void CVORNReader::endRead() noexcept {
     if (m_read) {
-        m_read->finish(vorn::platform::ExecResult());
+        try {
+            m_read->finish(vorn::platform::ExecResult());
+        } catch (...) {  // NOLINT(bugprone-empty-catch): a lost record must not end the process
+        }
         m_read.reset();
     }
 }
