@@ -1,0 +1,142 @@
+// The categories of faults SQLite itself raises: its real codes and messages,
+// not copies of them, so a change in SQLite's wording shows here.
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "exec/diagnostics/error_category.h"
+#include "scratch_dir.h"
+
+namespace {
+
+using vorn::ErrorCategory;
+
+class Database {
+  public:
+    explicit Database(const std::string& path,
+                      int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)
+        : m_status(sqlite3_open_v2(path.c_str(), &m_db, flags, nullptr)) {
+        sqlite3_extended_result_codes(m_db, 1);
+    }
+    ~Database() { sqlite3_close(m_db); }
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    sqlite3* handle() const { return m_db; }
+    int openStatus() const { return m_status; }
+    // The statement's extended result code.
+    int run(const std::string& sql) {
+        return sqlite3_exec(m_db, sql.c_str(), nullptr, nullptr, nullptr);
+    }
+    vorn::diag::Classified classifyLast() const {
+        const auto code = static_cast<std::uint64_t>(sqlite3_extended_errcode(m_db));
+        return vorn::diag::classify(code, sqlite3_errmsg(m_db), false);
+    }
+    std::string scalar(const std::string& sql) {
+        std::string value;
+        sqlite3_exec(
+            m_db, sql.c_str(),
+            [](void* out, int, char** values, char**) {
+                *static_cast<std::string*>(out) = values[0] != nullptr ? values[0] : "";
+                return 0;
+            },
+            &value, nullptr);
+        return value;
+    }
+
+  private:
+    sqlite3* m_db = nullptr;
+    int m_status;
+};
+
+void expectCategory(const vorn::diag::Classified& got, ErrorCategory category,
+                    const std::string& sqlstate) {
+    EXPECT_EQ(vorn::toString(got.category), std::string(vorn::toString(category)));
+    EXPECT_EQ(got.sqlstate, sqlstate);
+    EXPECT_NE(got.storeCode, 0U);
+}
+
+struct StatementFault {
+    const char* sql;
+    ErrorCategory category;
+    const char* sqlstate;
+};
+
+TEST(ErrorCategorySqlite, FaultsOfStatementsAsSqliteReportsThem) {
+    vorn::test::ScratchDir dir;
+    Database db(dir.file("faults.db"));
+    ASSERT_EQ(db.openStatus(), SQLITE_OK);
+    ASSERT_EQ(db.run("PRAGMA foreign_keys = ON;"
+                     "CREATE TABLE kind (id INTEGER PRIMARY KEY);"
+                     "INSERT INTO kind VALUES (1);"
+                     "CREATE TABLE alarm (id INTEGER PRIMARY KEY, code TEXT UNIQUE,"
+                     " text TEXT NOT NULL, level INTEGER CHECK (level >= 0),"
+                     " kind INTEGER REFERENCES kind(id));"
+                     "CREATE TABLE strict_alarm (level INTEGER) STRICT;"
+                     "INSERT INTO alarm VALUES (1, 'a', 'stored', 1, 1);"),
+              SQLITE_OK);
+    const std::vector<StatementFault> faults = {
+        {"selec * from alarm", ErrorCategory::Syntax, "42601"},
+        {"select * from alarm where (", ErrorCategory::Syntax, "42601"},
+        {"select * from absent", ErrorCategory::Syntax, "42P01"},
+        {"select lvl from alarm", ErrorCategory::Syntax, "42703"},
+        {"insert into alarm (lvl) values (1)", ErrorCategory::Syntax, "42703"},
+        {"select nofn(1)", ErrorCategory::Syntax, "42883"},
+        {"create table alarm (x)", ErrorCategory::Syntax, "42P07"},
+        {"insert into alarm values (1, 2, 3)", ErrorCategory::Syntax, "42601"},
+        {"insert into alarm values (1, 'b', 't', 1, 1)", ErrorCategory::Constraint, "23505"},
+        {"insert into alarm values (2, 'a', 't', 1, 1)", ErrorCategory::Constraint, "23505"},
+        {"insert into alarm values (2, 'b', 't', 1, 9)", ErrorCategory::Constraint, "23503"},
+        {"insert into alarm values (2, 'b', null, 1, 1)", ErrorCategory::Constraint, "23502"},
+        {"insert into alarm values (2, 'b', 't', -1, 1)", ErrorCategory::Constraint, "23514"},
+        {"insert into alarm (id, text) values ('x', 't')", ErrorCategory::InvalidValue, "22P02"},
+        {"insert into strict_alarm values ('high')", ErrorCategory::InvalidValue, "22P02"},
+        {"commit", ErrorCategory::Other, "25P01"},
+    };
+    for (const StatementFault& fault : faults) {
+        SCOPED_TRACE(fault.sql);
+        ASSERT_NE(db.run(fault.sql), SQLITE_OK);
+        SCOPED_TRACE(sqlite3_errmsg(db.handle()));
+        expectCategory(db.classifyLast(), fault.category, fault.sqlstate);
+    }
+    EXPECT_EQ(db.scalar("select count(*) || ':' || text from alarm"), "1:stored");
+}
+
+TEST(ErrorCategorySqlite, FaultsOfTheStoreAsSqliteReportsThem) {
+    vorn::test::ScratchDir dir;
+    const std::string path = dir.file("store.db");
+    Database writer(path);
+    ASSERT_EQ(writer.run("CREATE TABLE alarm (id INTEGER); INSERT INTO alarm VALUES (1);"),
+              SQLITE_OK);
+
+    Database reader(path, SQLITE_OPEN_READONLY);
+    ASSERT_NE(reader.run("insert into alarm values (2)"), SQLITE_OK);
+    expectCategory(reader.classifyLast(), ErrorCategory::Permission, "25006");
+
+    ASSERT_EQ(writer.run("BEGIN IMMEDIATE; INSERT INTO alarm VALUES (3);"), SQLITE_OK);
+    Database other(path);
+    ASSERT_NE(other.run("insert into alarm values (4)"), SQLITE_OK);
+    expectCategory(other.classifyLast(), ErrorCategory::Busy, "55P03");
+    ASSERT_EQ(writer.run("ROLLBACK"), SQLITE_OK);
+
+    sqlite3_progress_handler(
+        other.handle(), 1, [](void*) { return 1; }, nullptr);
+    ASSERT_NE(other.run("select count(*) from alarm"), SQLITE_OK);
+    expectCategory(other.classifyLast(), ErrorCategory::Timeout, "57014");
+    sqlite3_progress_handler(other.handle(), 0, nullptr, nullptr);
+
+    sqlite3_limit(other.handle(), SQLITE_LIMIT_LENGTH, 16);
+    ASSERT_NE(other.run("select zeroblob(64)"), SQLITE_OK);
+    expectCategory(other.classifyLast(), ErrorCategory::InvalidValue, "22001");
+
+    Database missing(dir.file("no/such/dir.db"));
+    ASSERT_NE(missing.openStatus(), SQLITE_OK);
+    expectCategory(missing.classifyLast(), ErrorCategory::ConnectionLost, "08001");
+
+    EXPECT_EQ(other.scalar("select group_concat(id) from alarm"), "1");
+}
+
+}  // namespace
