@@ -168,7 +168,7 @@ unsigned long MIRAsqlDB::execReadSQL(const CVORNBase& statement, CVORNReader& re
         // Recorded when its rows end, with their number.
         reader.m_read =
             std::make_unique<vorn::diag::PendingRead>(sessionName(), std::move(sql), start);
-        vorn::diag::noteFetch(sessionName(), status);
+        vorn::diag::noteOutcome(sessionName(), status);
         return 0;
     }
     return finish(StatementKind::Read, sessionName(), sql, start, kExecRead, 65, status);

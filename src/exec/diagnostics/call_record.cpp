@@ -104,7 +104,7 @@ void PendingRead::finish(const platform::ExecResult& status) {
     record(StatementKind::Read, m_session.c_str(), m_text, m_start, outcome);
 }
 
-void noteFetch(const char* session, const platform::ExecResult& status) {
+void noteOutcome(const char* session, const platform::ExecResult& status) {
     const Outcome outcome = outcomeOf(status);
     noteLastError(session, outcome, classifiedOf(outcome));
 }

@@ -53,10 +53,11 @@ class PendingRead {
     std::uint64_t m_rows = 0;
 };
 
-// Sets the thread's last error from a fetch (cleared by a successful one).
-void noteFetch(const char* session, const platform::ExecResult& status);
+// Sets the thread's last error from the outcome of a call that is not
+// recorded yet (a read that has started; cleared by a success).
+void noteOutcome(const char* session, const platform::ExecResult& status);
 
-// The thread's last error, as noted by record and noteFetch.
+// The thread's last error, as noted by record and noteOutcome.
 ErrorInfo lastErrorOfThread();
 
 }  // namespace vorn::diag
