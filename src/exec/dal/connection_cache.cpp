@@ -184,13 +184,17 @@ void sweepIfDue(Clock::time_point now) {
     }
 }
 
+// Whether closeThread or closeAll asked for the slot's connection to close
+// once no transaction keeps it.
+bool askedToClose(const Slot& slot) {
+    return slot.closeWhenDone || slot.closeEpoch != g_closeEpoch.load(std::memory_order_relaxed);
+}
+
 bool stillCurrent(const Slot& slot, std::uint64_t generation) {
     if (!slot.connection || slot.generation != generation || !slot.connection->usable()) {
         return false;
     }
-    const bool closing =
-        slot.closeWhenDone || slot.closeEpoch != g_closeEpoch.load(std::memory_order_relaxed);
-    if (closing && !slot.connection->inTransaction()) {
+    if (askedToClose(slot) && !slot.connection->inTransaction()) {
         return false;
     }
     return !slot.source->embeddedDefault || std::strcmp(slot.source->dataDirSetting.c_str(),
@@ -200,8 +204,7 @@ bool stillCurrent(const Slot& slot, std::uint64_t generation) {
 // Opens a new connection for slot, unless the one it has is still for the
 // same store (only the binding's generation changed).
 bool reconnect(Slot& slot, std::shared_ptr<const DataSource> source, platform::ExecResult& status) {
-    const bool sameStore = slot.connection && slot.connection->usable() && !slot.closeWhenDone &&
-                           slot.closeEpoch == g_closeEpoch.load(std::memory_order_relaxed) &&
+    const bool sameStore = slot.connection && slot.connection->usable() && !askedToClose(slot) &&
                            slot.source->url == source->url;
     if (!sameStore) {
         closeSlot(slot);
