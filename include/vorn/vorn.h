@@ -3,6 +3,7 @@
 // The whole public interface of VORNLib.
 #include "vorn/base.h"
 #include "vorn/batch_inserter.h"
+#include "vorn/bound_statement.h"
 #include "vorn/connections.h"
 #include "vorn/criterion.h"
 #include "vorn/database.h"

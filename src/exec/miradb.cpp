@@ -6,6 +6,7 @@
 
 #include "exec/diagnostics/call_record.h"
 #include "vorn/batch_inserter.h"
+#include "vorn/bound_statement.h"
 #include "vorn/database.h"
 #include "vorn/keywords.h"
 #include "vorn/platform/data_access.h"
@@ -75,6 +76,15 @@ unsigned long finish(StatementKind kind, const char* session, std::string_view t
                      LogScrubber::scrub(tagged(status.detail().value_or(std::string()))));
     }
     return status.errorCode();
+}
+
+// Runs sql on session: with its values when the statement is a bound one.
+ExecResult run(DataSession& session, const std::string& id, SqlKind kind, const std::string& sql,
+               const CVORNBase& statement) {
+    if (const auto* bound = dynamic_cast<const vorn::BoundStatement*>(&statement)) {
+        return session.execute(id, kind, sql, bound->parameters());
+    }
+    return session.execute(id, kind, sql, NoParameters{});
 }
 
 template <class Vector>
@@ -163,7 +173,7 @@ unsigned long MIRAsqlDB::execReadSQL(const CVORNBase& statement, CVORNReader& re
     }
     reader.endRead();  // a read still open on this reader ends here
     static const std::string id = vorn::platform::makeStatementId(kUnit, kExecRead, 63);
-    const ExecResult status = session->execute(id, SqlKind::Read, sql, NoParameters{});
+    const ExecResult status = run(*session, id, SqlKind::Read, sql, statement);
     if (status.outcome() == 0) {
         // Recorded when its rows end, with their number.
         reader.m_read =
@@ -185,7 +195,7 @@ unsigned long MIRAsqlDB::execWriteSQL(const CVORNBase& statement) {
     ExecResult status;
     {
         DataSession session(sessionName());
-        status = session.execute(id, SqlKind::Write, sql, NoParameters{});
+        status = run(session, id, SqlKind::Write, sql, statement);
     }
     return finish(StatementKind::Write, sessionName(), sql, start, kExecWrite, 86, status);
 }

@@ -178,12 +178,14 @@ ExecResult PgLink::runUnit(Scope scopeKind, const PgFill& fill, const PgCollect&
     return filled;
 }
 
-ExecResult PgLink::runOne(Scope scope, const std::string& sql, PgResult* kept) {
+ExecResult PgLink::runOne(Scope scope, const std::string& sql, PgResult* kept,
+                          const PgParams& params) {
     std::size_t index = 0;
     return runUnit(
         scope,
         [&](PgPipeline& p) {
-            index = p.query(sql, 0, nullptr, nullptr, nullptr, kept != nullptr);
+            index = p.query(sql, params.count, nullptr, params.values, params.lengths,
+                            kept != nullptr);
             return ExecResult();
         },
         [&](PgPipeline& p) {

@@ -20,22 +20,25 @@ std::string fetchCommand(int rows, const std::string& cursor) {
 
 }  // namespace
 
-ExecResult PgReads::open(const std::string& sql, PgCursorSlot& slot, PgChunk& first) {
-    return classifyPgStatement(sql) == PgStatementKind::CursorQuery ? openCursor(sql, slot, first)
-                                                                    : readWhole(sql, first);
+ExecResult PgReads::open(const std::string& sql, PgCursorSlot& slot, PgChunk& first,
+                         const PgParams& params) {
+    return classifyPgStatement(sql) == PgStatementKind::CursorQuery
+               ? openCursor(sql, slot, first, params)
+               : readWhole(sql, first, params);
 }
 
 // Read whole, as the write it may well be.
-ExecResult PgReads::readWhole(const std::string& sql, PgChunk& first) {
+ExecResult PgReads::readWhole(const std::string& sql, PgChunk& first, const PgParams& params) {
     ExecResult status = release();
     if (!status.ok()) {
         return status;
     }
     first.requested = 0;
-    return m_link->runOne(m_link->statementScope(sql), sql, &first.result);
+    return m_link->runOne(m_link->statementScope(sql), sql, &first.result, params);
 }
 
-ExecResult PgReads::openCursor(const std::string& sql, PgCursorSlot& slot, PgChunk& first) {
+ExecResult PgReads::openCursor(const std::string& sql, PgCursorSlot& slot, PgChunk& first,
+                               const PgParams& params) {
     if (m_link->broken()) {
         return m_link->lostFailure();
     }
@@ -58,7 +61,7 @@ ExecResult PgReads::openCursor(const std::string& sql, PgCursorSlot& slot, PgChu
             if (startsReadTransaction) {
                 p.query("BEGIN");
             }
-            p.query(declare);
+            p.query(declare, params.count, nullptr, params.values, params.lengths);
             index = p.query(fetchCommand(rows, slot.name), 0, nullptr, nullptr, nullptr, true);
             return ExecResult();
         },

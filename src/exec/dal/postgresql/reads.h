@@ -43,7 +43,9 @@ class PgReads {
     // Runs sql as a read; on success slot names its server cursor (empty for
     // a result read whole) and first holds the first chunk of rows, for a
     // PgCursor to take over.
-    platform::ExecResult open(const std::string& sql, PgCursorSlot& slot, PgChunk& first);
+    // params are bound to the $n of sql.
+    platform::ExecResult open(const std::string& sql, PgCursorSlot& slot, PgChunk& first,
+                              const PgParams& params = {});
     // For PgCursor: the chunk of rows after chunk (replacing it), and the end
     // of a cursor.
     platform::ExecResult fetch(const PgCursorSlot& slot, PgChunk& chunk);
@@ -54,8 +56,10 @@ class PgReads {
     platform::ExecResult release();
 
   private:
-    platform::ExecResult readWhole(const std::string& sql, PgChunk& first);
-    platform::ExecResult openCursor(const std::string& sql, PgCursorSlot& slot, PgChunk& first);
+    platform::ExecResult readWhole(const std::string& sql, PgChunk& first,
+                                   const PgParams& params);
+    platform::ExecResult openCursor(const std::string& sql, PgCursorSlot& slot, PgChunk& first,
+                                    const PgParams& params);
     void settle();
     bool fetchGuard(const PgCursorSlot& slot) const;
     void fetchAhead(const PgCursorSlot& slot, const PgChunk& chunk);
