@@ -55,7 +55,7 @@ namespace vorn {
 // toString() gives the text as written, placeholders and all: a database
 // object that ran it as a raw statement would fail on the "{" rather than run
 // it without its values.
-class VORN_API BoundStatement : public CVORNBase {
+class VORN_API BoundStatement final : public CVORNBase {
   public:
     explicit BoundStatement(std::string text);
     ~BoundStatement() override;

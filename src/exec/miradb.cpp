@@ -80,11 +80,9 @@ unsigned long finish(StatementKind kind, const char* session, std::string_view t
 
 // Runs sql on session: with its values when the statement is a bound one.
 ExecResult run(DataSession& session, const std::string& id, SqlKind kind, const std::string& sql,
-               const CVORNBase& statement) {
-    if (const auto* bound = dynamic_cast<const vorn::BoundStatement*>(&statement)) {
-        return session.execute(id, kind, sql, bound->parameters());
-    }
-    return session.execute(id, kind, sql, NoParameters{});
+               const vorn::BoundStatement* bound) {
+    return bound != nullptr ? session.execute(id, kind, sql, bound->parameters())
+                            : session.execute(id, kind, sql, NoParameters{});
 }
 
 template <class Vector>
@@ -161,6 +159,7 @@ unsigned long MIRAsqlDB::rollbackTransaction() {
 unsigned long MIRAsqlDB::execReadSQL(const CVORNBase& statement, CVORNReader& reader) {
     vorn::platform::FunctionTrace trace(SourceLocation{kUnit, kExecRead, 55});
     const Clock::time_point start = Clock::now();
+    const auto* bound = dynamic_cast<const vorn::BoundStatement*>(&statement);
     std::string sql = statement.toString();
     if (sql.empty()) {
         return refuse(StatementKind::Read, sessionName(), start, kExecRead, 58,
@@ -173,7 +172,7 @@ unsigned long MIRAsqlDB::execReadSQL(const CVORNBase& statement, CVORNReader& re
     }
     reader.endRead();  // a read still open on this reader ends here
     static const std::string id = vorn::platform::makeStatementId(kUnit, kExecRead, 63);
-    const ExecResult status = run(*session, id, SqlKind::Read, sql, statement);
+    const ExecResult status = run(*session, id, SqlKind::Read, sql, bound);
     if (status.outcome() == 0) {
         // Recorded when its rows end, with their number.
         reader.m_read =
@@ -186,7 +185,10 @@ unsigned long MIRAsqlDB::execReadSQL(const CVORNBase& statement, CVORNReader& re
 
 unsigned long MIRAsqlDB::execWriteSQL(const CVORNBase& statement) {
     const Clock::time_point start = Clock::now();
-    const std::string sql = statement.toString();
+    // A bound statement's text is used where it is, not copied.
+    const auto* bound = dynamic_cast<const vorn::BoundStatement*>(&statement);
+    std::string rendered;
+    const std::string& sql = bound != nullptr ? bound->text() : (rendered = statement.toString());
     if (sql.empty()) {
         return refuse(StatementKind::Write, sessionName(), start, kExecWrite, 80,
                       "execWriteSQL! strSQL is empty string!");
@@ -195,7 +197,7 @@ unsigned long MIRAsqlDB::execWriteSQL(const CVORNBase& statement) {
     ExecResult status;
     {
         DataSession session(sessionName());
-        status = run(session, id, SqlKind::Write, sql, statement);
+        status = run(session, id, SqlKind::Write, sql, bound);
     }
     return finish(StatementKind::Write, sessionName(), sql, start, kExecWrite, 86, status);
 }

@@ -50,21 +50,32 @@ TEST(BoundText, RewritesPlaceholdersOutsideQuotesAndRefusesTheRest) {
     }
 }
 
-TEST(BoundText, MatchesEveryNameToOneValue) {
-    using vorn::platform::BoundParameters;
-    const std::vector<std::string> names = {"b", "a"};
+// The index in parameters of each name's value, or the refusal's code.
+std::vector<std::size_t> matched(const std::vector<std::string>& names,
+                                 const vorn::platform::BoundParameters& parameters,
+                                 std::uint64_t& code) {
     std::vector<std::size_t> order;
-    EXPECT_TRUE(vorn::dal::matchParameters(names, BoundParameters{{"a", 1L}, {"b", 2L}}, order)
-                    .ok());
-    EXPECT_EQ(order, (std::vector<std::size_t>{1, 0}));
-    EXPECT_EQ(vorn::dal::matchParameters(names, BoundParameters{{"a", 1L}}, order).errorCode(),
-              errc::kUnknownPlaceholder);
-    EXPECT_EQ(vorn::dal::matchParameters(names, {{"a", 1L}, {"b", 2L}, {"c", 3L}}, order)
-                  .errorCode(),
-              errc::kUnusedParameter);
-    EXPECT_EQ(vorn::dal::matchParameters(names, {{"a", 1L}, {"b", 2L}, {"a", 3L}}, order)
-                  .errorCode(),
-              errc::kBadParameters);
+    code = vorn::dal::forEachBoundValue(names, parameters,
+                                        [&](std::size_t, const vorn::platform::BoundParameter& p) {
+                                            order.push_back(
+                                                static_cast<std::size_t>(&p - &parameters[0]));
+                                            return vorn::platform::ExecResult();
+                                        })
+               .errorCode();
+    return order;
+}
+
+TEST(BoundText, MatchesEveryNameToOneValue) {
+    const std::vector<std::string> names = {"b", "a"};
+    std::uint64_t code = 0;
+    EXPECT_EQ(matched(names, {{"a", 1L}, {"b", 2L}}, code), (std::vector<std::size_t>{1, 0}));
+    EXPECT_EQ(code, 0u);
+    matched(names, {{"a", 1L}}, code);
+    EXPECT_EQ(code, errc::kUnknownPlaceholder);
+    matched(names, {{"a", 1L}, {"b", 2L}, {"c", 3L}}, code);
+    EXPECT_EQ(code, errc::kUnusedParameter);
+    matched(names, {{"a", 1L}, {"b", 2L}, {"a", 3L}}, code);
+    EXPECT_EQ(code, errc::kBadParameters);
 }
 
 }  // namespace

@@ -101,32 +101,21 @@ ExecResult makeBoundText(const std::string& sql, const SqlDialect& dialect, char
         out.text);
 }
 
-ExecResult matchParameters(const std::vector<std::string>& names,
-                           const platform::BoundParameters& parameters,
-                           std::vector<std::size_t>& order) {
-    order.clear();
-    for (const std::string& name : names) {
-        const auto it =
-            std::find_if(parameters.begin(), parameters.end(),
-                         [&name](const platform::BoundParameter& p) { return p.name == name; });
-        if (it == parameters.end()) {
-            return ExecResult::failure(errc::kUnknownPlaceholder,
-                                       "placeholder {" + name + "} has no value bound");
+ExecResult missingValue(const std::string& name) {
+    return ExecResult::failure(errc::kUnknownPlaceholder,
+                               "placeholder {" + name + "} has no value bound");
+}
+
+ExecResult leftOverValue(const std::vector<std::string>& names,
+                         const platform::BoundParameters& parameters) {
+    for (const platform::BoundParameter& parameter : parameters) {
+        if (std::find(names.begin(), names.end(), parameter.name) == names.end()) {
+            return ExecResult::failure(errc::kUnusedParameter,
+                                       "a value is bound to {" + parameter.name +
+                                           "}, which the statement does not hold");
         }
-        order.push_back(static_cast<std::size_t>(it - parameters.begin()));
     }
-    // Each name is bound once, so every value is taken when the counts agree.
-    if (order.size() != parameters.size()) {
-        for (const platform::BoundParameter& parameter : parameters) {
-            if (std::find(names.begin(), names.end(), parameter.name) == names.end()) {
-                return ExecResult::failure(errc::kUnusedParameter,
-                                           "a value is bound to {" + parameter.name +
-                                               "}, which the statement does not hold");
-            }
-        }
-        return ExecResult::failure(errc::kBadParameters, "a name is bound more than once");
-    }
-    return {};
+    return ExecResult::failure(errc::kBadParameters, "a name is bound more than once");
 }
 
 BatchValue batchValueOf(const platform::BoundValue& value) noexcept {

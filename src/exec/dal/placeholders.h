@@ -49,15 +49,48 @@ struct BoundText {
 platform::ExecResult makeBoundText(const std::string& sql, const SqlDialect& dialect, char marker,
                                    BoundText& out);
 
-// For each name of names, the index in parameters of its value (order[n - 1]
-// for parameter n). Refuses a name without a value (errc::kUnknownPlaceholder)
-// and a value no name takes (errc::kUnusedParameter).
-platform::ExecResult matchParameters(const std::vector<std::string>& names,
-                                     const platform::BoundParameters& parameters,
-                                     std::vector<std::size_t>& order);
+// Calls visit(i, parameter) for each name of names (i from 0) with the
+// parameter of that name, then checks that no value is left over; stops at
+// the first failure of visit. Refuses a name without a value
+// (errc::kUnknownPlaceholder) and a value no name takes
+// (errc::kUnusedParameter).
+template <typename Visit>
+platform::ExecResult forEachBoundValue(const std::vector<std::string>& names,
+                                       const platform::BoundParameters& parameters,
+                                       Visit&& visit);
+
+platform::ExecResult missingValue(const std::string& name);
+// The refusal of parameters that hold more than names take.
+platform::ExecResult leftOverValue(const std::vector<std::string>& names,
+                                   const platform::BoundParameters& parameters);
 
 // A bound value as the batch writers bind values: its element code
 // (kNullValue for NULL) and the element.
 BatchValue batchValueOf(const platform::BoundValue& value) noexcept;
+
+template <typename Visit>
+platform::ExecResult forEachBoundValue(const std::vector<std::string>& names,
+                                       const platform::BoundParameters& parameters,
+                                       Visit&& visit) {
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const platform::BoundParameter* found = nullptr;
+        for (const platform::BoundParameter& parameter : parameters) {
+            if (parameter.name == names[i]) {
+                found = &parameter;
+                break;
+            }
+        }
+        if (found == nullptr) {
+            return missingValue(names[i]);
+        }
+        platform::ExecResult status = visit(i, *found);
+        if (!status.ok()) {
+            return status;
+        }
+    }
+    // Each name is bound once, so every value is taken when the counts agree.
+    return names.size() == parameters.size() ? platform::ExecResult()
+                                              : leftOverValue(names, parameters);
+}
 
 }  // namespace vorn::dal

@@ -182,9 +182,11 @@ ExecResult SqliteConnection::execute(const std::string& sql) {
 
 ExecResult SqliteConnection::executeBound(const std::string& sql,
                                           const platform::BoundParameters& parameters) {
-    noteLocalSchema(sql);
     std::unique_ptr<SqlitePrepared> prepared;
     ExecResult status = m_statements->take(m_db, sql, prepared);
+    if (status.ok() && !prepared->ranBefore) {
+        noteLocalSchema(sql);
+    }
     if (status.ok() && prepared->stmt.get() != nullptr) {
         status = prepared->bind(parameters);
         if (status.ok()) {

@@ -11,16 +11,16 @@ namespace vorn::dal {
 using platform::ExecResult;
 
 ExecResult SqlitePrepared::bind(const platform::BoundParameters& parameters) const {
-    std::vector<std::size_t> order;
-    ExecResult status = matchParameters(names, parameters, order);
-    for (std::size_t i = 0; status.ok() && i < order.size(); ++i) {
-        const int rc = sqliteBind(stmt.get(), static_cast<int>(i + 1),
-                                  batchValueOf(parameters[order[i]].value));
-        if (rc != SQLITE_OK) {
-            status = ExecResult::failure(static_cast<std::uint64_t>(rc), sqlite3_errstr(rc));
-        }
-    }
-    return status;
+    sqlite3_stmt* const s = stmt.get();
+    return forEachBoundValue(names, parameters,
+                             [s](std::size_t i, const platform::BoundParameter& parameter) {
+                                 const int rc = sqliteBind(s, static_cast<int>(i + 1),
+                                                           batchValueOf(parameter.value));
+                                 return rc == SQLITE_OK ? ExecResult()
+                                                        : ExecResult::failure(
+                                                              static_cast<std::uint64_t>(rc),
+                                                              sqlite3_errstr(rc));
+                             });
 }
 
 ExecResult SqliteStatementCache::take(sqlite3* db, const std::string& sql,
@@ -59,6 +59,7 @@ void SqliteStatementCache::give(std::unique_ptr<SqlitePrepared> prepared) noexce
         return;
     }
     sqlite3_reset(prepared->stmt.get());
+    prepared->ranBefore = true;
     if (m_kept.size() >= kCapacity) {
         m_kept.erase(m_kept.begin());
     }

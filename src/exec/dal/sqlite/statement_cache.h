@@ -20,6 +20,7 @@ struct SqlitePrepared {
     std::string sql;
     SqliteStatement stmt;
     std::vector<std::string> names;
+    bool ranBefore = false;  // given back at least once
 
     // Binds parameters to the statement's numbered parameters, refusing a
     // placeholder with no value and a value with no placeholder.
