@@ -147,8 +147,8 @@ bool setUpPostgres() {
     }
     for (const char* table : {"bench_bound_vorn", "bench_bound_raw"}) {
         pgRun((std::string("drop table if exists ") + table).c_str());
-        pgRun((std::string("create table ") + table + " (id int8, name text, value float8)")
-                  .c_str());
+        pgRun(
+            (std::string("create table ") + table + " (id int8, name text, value float8)").c_str());
     }
     benchmark::RegisterBenchmark("BM_PgBoundInserts_Vorn", BM_PgBoundInserts_Vorn)
         ->Unit(benchmark::kMillisecond);
@@ -167,14 +167,14 @@ int main(int argc, char** argv) {
     store.execute("create table b_built(id integer, name text, value real)");
     const bool postgres = setUpPostgres();
 
-    const int status = vorn::bench::runWithRatios(
-        argc, argv,
-        {{"2,000 bound inserts in a transaction vs sqlite3_bind_*", "BM_BoundInserts_Vorn",
-          "BM_BoundInserts_RawSqlite"},
-         {"the same through CVORNInserter vs sqlite3_bind_*", "BM_InserterInserts_Vorn",
-          "BM_BoundInserts_RawSqlite"},
-         {"2,000 bound inserts in a transaction vs PQexecParams", "BM_PgBoundInserts_Vorn",
-          "BM_PgBoundInserts_Libpq"}});
+    const int status =
+        vorn::bench::runWithRatios(argc, argv,
+                                   {{"2,000 bound inserts in a transaction vs sqlite3_bind_*",
+                                     "BM_BoundInserts_Vorn", "BM_BoundInserts_RawSqlite"},
+                                    {"the same through CVORNInserter vs sqlite3_bind_*",
+                                     "BM_InserterInserts_Vorn", "BM_BoundInserts_RawSqlite"},
+                                    {"2,000 bound inserts in a transaction vs PQexecParams",
+                                     "BM_PgBoundInserts_Vorn", "BM_PgBoundInserts_Libpq"}});
     if (postgres) {
         pgRun("drop table if exists bench_bound_vorn");
         pgRun("drop table if exists bench_bound_raw");

@@ -55,12 +55,12 @@ std::vector<std::size_t> matched(const std::vector<std::string>& names,
                                  const vorn::platform::BoundParameters& parameters,
                                  std::uint64_t& code) {
     std::vector<std::size_t> order;
-    code = vorn::dal::forEachBoundValue(names, parameters,
-                                        [&](std::size_t, const vorn::platform::BoundParameter& p) {
-                                            order.push_back(
-                                                static_cast<std::size_t>(&p - &parameters[0]));
-                                            return vorn::platform::ExecResult();
-                                        })
+    code = vorn::dal::forEachBoundValue(
+               names, parameters,
+               [&](std::size_t, const vorn::platform::BoundParameter& p) {
+                   order.push_back(static_cast<std::size_t>(&p - &parameters[0]));
+                   return vorn::platform::ExecResult();
+               })
                .errorCode();
     return order;
 }

@@ -86,8 +86,9 @@ TEST_F(BoundStatementTest, EveryValueTypeAndNullRoundTripExactly) {
     ASSERT_EQ(runStatement(insert), 0u);
     ASSERT_EQ(runStatement(insert.bind("id", 2).bind("t", "second").bind("d", DBL_MAX)), 0u);
 
-    BoundStatement select("select t, c, b, s, i, l, ll, us, ui, ul, ull, f, d, n from vals "
-                          "where id = {id}");
+    BoundStatement select(
+        "select t, c, b, s, i, l, ll, us, ui, ul, ull, f, d, n from vals "
+        "where id = {id}");
     CVORN* db = nullptr;
     GuardDB guard("TaskDB", db, false);
     CVORNReader reader;
@@ -245,37 +246,67 @@ TEST_P(BoundRefusalTest, IsRefusedWithItsCodeAndNothingRuns) {
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, BoundRefusalTest,
-    ::testing::Values(
-        Refusal{"PlaceholderWithoutValue", "insert into kept values({id}, 'x')", {},
-                errc::kUnknownPlaceholder, false},
-        Refusal{"ValueWithoutPlaceholder", "insert into kept values({id}, 'x')", {"id", "extra"},
-                errc::kUnusedParameter, false},
-        Refusal{"ValueUnderANameNoPlaceholderCanHave", "insert into kept values({id}, 'x')",
-                {"id", "a b"}, errc::kUnusedParameter, false},
-        Refusal{"EmptyBraces", "insert into kept values({id}, {})", {"id"},
-                errc::kMalformedPlaceholder, false},
-        Refusal{"NameWithABlank", "insert into kept values({id}, {a b})", {"id"},
-                errc::kMalformedPlaceholder, false},
-        Refusal{"UnclosedBrace", "insert into kept values({id}, {name)", {"id", "name"},
-                errc::kMalformedPlaceholder, false},
-        Refusal{"NumberedMarkerOfTheStore", "insert into kept values({id}, $1)", {"id"},
-                errc::kMalformedPlaceholder, false},
-        Refusal{"QuestionMarkOfSqlite", "insert into kept values({id}, ?)", {"id"},
-                errc::kMalformedPlaceholder, true},
-        Refusal{"NamedMarkerOfSqlite", "insert into kept values({id}, :name)", {"id"},
-                errc::kMalformedPlaceholder, true},
-        Refusal{"SecondStatement", "insert into kept values({id}, 'x'); delete from kept",
-                {"id"}, errc::kMultipleStatements, false}));
+    ::testing::Values(Refusal{"PlaceholderWithoutValue",
+                              "insert into kept values({id}, 'x')",
+                              {},
+                              errc::kUnknownPlaceholder,
+                              false},
+                      Refusal{"ValueWithoutPlaceholder",
+                              "insert into kept values({id}, 'x')",
+                              {"id", "extra"},
+                              errc::kUnusedParameter,
+                              false},
+                      Refusal{"ValueUnderANameNoPlaceholderCanHave",
+                              "insert into kept values({id}, 'x')",
+                              {"id", "a b"},
+                              errc::kUnusedParameter,
+                              false},
+                      Refusal{"EmptyBraces",
+                              "insert into kept values({id}, {})",
+                              {"id"},
+                              errc::kMalformedPlaceholder,
+                              false},
+                      Refusal{"NameWithABlank",
+                              "insert into kept values({id}, {a b})",
+                              {"id"},
+                              errc::kMalformedPlaceholder,
+                              false},
+                      Refusal{"UnclosedBrace",
+                              "insert into kept values({id}, {name)",
+                              {"id", "name"},
+                              errc::kMalformedPlaceholder,
+                              false},
+                      Refusal{"NumberedMarkerOfTheStore",
+                              "insert into kept values({id}, $1)",
+                              {"id"},
+                              errc::kMalformedPlaceholder,
+                              false},
+                      Refusal{"QuestionMarkOfSqlite",
+                              "insert into kept values({id}, ?)",
+                              {"id"},
+                              errc::kMalformedPlaceholder,
+                              true},
+                      Refusal{"NamedMarkerOfSqlite",
+                              "insert into kept values({id}, :name)",
+                              {"id"},
+                              errc::kMalformedPlaceholder,
+                              true},
+                      Refusal{"SecondStatement",
+                              "insert into kept values({id}, 'x'); delete from kept",
+                              {"id"},
+                              errc::kMultipleStatements,
+                              false}));
 
 // Braces inside quoted text and comments are text; the same placeholder may
 // stand more than once and takes one value.
 TEST_F(BoundStatementTest, OnlyBracesOutsideQuotesArePlaceholders) {
-    ASSERT_EQ(runStatement(BoundStatement("insert into kept values({id}, '{name}') -- {x}")
-                               .bind("id", 4)),
+    ASSERT_EQ(runStatement(
+                  BoundStatement("insert into kept values({id}, '{name}') -- {x}").bind("id", 4)),
               0u);
-    ASSERT_EQ(runStatement(BoundStatement("/* {y} */ insert into kept values({id}, 'it''s {')")
-                               .bind("id", 5)),
-              0u);
+    ASSERT_EQ(
+        runStatement(
+            BoundStatement("/* {y} */ insert into kept values({id}, 'it''s {')").bind("id", 5)),
+        0u);
     EXPECT_EQ(readBound(BoundStatement("select id, name from kept where id >= {low} and "
                                        "id <= {low} + 1 order by id")
                             .bind("low", 4),

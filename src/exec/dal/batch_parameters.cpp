@@ -73,9 +73,9 @@ ExecResult BatchParameters::bindPlaceholders(const std::string& sql, const SqlDi
         [this, &bound](std::string_view key, ExecResult& status) -> std::size_t {
             const BatchColumn* column = find(key);
             if (column == nullptr) {
-                status = ExecResult::failure(errc::kUnknownPlaceholder,
-                                             "placeholder {" + std::string(key) +
-                                                 "} names no column");
+                status =
+                    ExecResult::failure(errc::kUnknownPlaceholder,
+                                        "placeholder {" + std::string(key) + "} names no column");
                 return 0;
             }
             auto slot = std::find(bound.begin(), bound.end(), column);

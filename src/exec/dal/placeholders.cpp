@@ -110,9 +110,9 @@ ExecResult leftOverValue(const std::vector<std::string>& names,
                          const platform::BoundParameters& parameters) {
     for (const platform::BoundParameter& parameter : parameters) {
         if (std::find(names.begin(), names.end(), parameter.name) == names.end()) {
-            return ExecResult::failure(errc::kUnusedParameter,
-                                       "a value is bound to {" + parameter.name +
-                                           "}, which the statement does not hold");
+            return ExecResult::failure(
+                errc::kUnusedParameter,
+                "a value is bound to {" + parameter.name + "}, which the statement does not hold");
         }
     }
     return ExecResult::failure(errc::kBadParameters, "a name is bound more than once");
@@ -120,15 +120,22 @@ ExecResult leftOverValue(const std::vector<std::string>& names,
 
 BatchValue batchValueOf(const platform::BoundValue& value) noexcept {
     namespace typecode = platform::typecode;
-    struct Visit {
-        BatchValue operator()(const std::monostate&) const { return {kNullValue, nullptr}; }
-        BatchValue operator()(const std::string& v) const { return {typecode::kString, &v}; }
-        BatchValue operator()(const std::int64_t& v) const { return {typecode::kInt64, &v}; }
-        BatchValue operator()(const std::uint64_t& v) const { return {typecode::kUInt64, &v}; }
-        BatchValue operator()(const float& v) const { return {typecode::kFloat, &v}; }
-        BatchValue operator()(const double& v) const { return {typecode::kDouble, &v}; }
-    };
-    return std::visit(Visit{}, value);
+    if (const auto* text = std::get_if<std::string>(&value)) {
+        return {typecode::kString, text};
+    }
+    if (const auto* integer = std::get_if<std::int64_t>(&value)) {
+        return {typecode::kInt64, integer};
+    }
+    if (const auto* unsignedInteger = std::get_if<std::uint64_t>(&value)) {
+        return {typecode::kUInt64, unsignedInteger};
+    }
+    if (const auto* single = std::get_if<float>(&value)) {
+        return {typecode::kFloat, single};
+    }
+    if (const auto* real = std::get_if<double>(&value)) {
+        return {typecode::kDouble, real};
+    }
+    return {kNullValue, nullptr};
 }
 
 }  // namespace vorn::dal

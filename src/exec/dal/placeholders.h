@@ -56,8 +56,7 @@ platform::ExecResult makeBoundText(const std::string& sql, const SqlDialect& dia
 // (errc::kUnusedParameter).
 template <typename Visit>
 platform::ExecResult forEachBoundValue(const std::vector<std::string>& names,
-                                       const platform::BoundParameters& parameters,
-                                       Visit&& visit);
+                                       const platform::BoundParameters& parameters, Visit&& visit);
 
 platform::ExecResult missingValue(const std::string& name);
 // The refusal of parameters that hold more than names take.
@@ -70,8 +69,7 @@ BatchValue batchValueOf(const platform::BoundValue& value) noexcept;
 
 template <typename Visit>
 platform::ExecResult forEachBoundValue(const std::vector<std::string>& names,
-                                       const platform::BoundParameters& parameters,
-                                       Visit&& visit) {
+                                       const platform::BoundParameters& parameters, Visit&& visit) {
     for (std::size_t i = 0; i < names.size(); ++i) {
         const platform::BoundParameter* found = nullptr;
         for (const platform::BoundParameter& parameter : parameters) {
@@ -90,7 +88,7 @@ platform::ExecResult forEachBoundValue(const std::vector<std::string>& names,
     }
     // Each name is bound once, so every value is taken when the counts agree.
     return names.size() == parameters.size() ? platform::ExecResult()
-                                              : leftOverValue(names, parameters);
+                                             : leftOverValue(names, parameters);
 }
 
 }  // namespace vorn::dal

@@ -184,8 +184,8 @@ ExecResult PgLink::runOne(Scope scope, const std::string& sql, PgResult* kept,
     return runUnit(
         scope,
         [&](PgPipeline& p) {
-            index = p.query(sql, params.count, nullptr, params.values, params.lengths,
-                            kept != nullptr);
+            index =
+                p.query(sql, params.count, nullptr, params.values, params.lengths, kept != nullptr);
             return ExecResult();
         },
         [&](PgPipeline& p) {

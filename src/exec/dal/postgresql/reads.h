@@ -56,8 +56,7 @@ class PgReads {
     platform::ExecResult release();
 
   private:
-    platform::ExecResult readWhole(const std::string& sql, PgChunk& first,
-                                   const PgParams& params);
+    platform::ExecResult readWhole(const std::string& sql, PgChunk& first, const PgParams& params);
     platform::ExecResult openCursor(const std::string& sql, PgCursorSlot& slot, PgChunk& first,
                                     const PgParams& params);
     void settle();

@@ -71,7 +71,7 @@ class SqliteConnection final : public Connection {
     // Shared with the cursors of open bound reads, which give their
     // statements back.
     std::shared_ptr<SqliteStatementCache> m_statements = std::make_shared<SqliteStatementCache>();
-    bool m_localSchema = false;                    // once set, reads stay on m_db
+    bool m_localSchema = false;  // once set, reads stay on m_db
 };
 
 }  // namespace vorn::dal

@@ -2,9 +2,9 @@
 
 #include <sqlite3.h>
 
-#include "exec/dal/backend.h"
 #include <memory>
 
+#include "exec/dal/backend.h"
 #include "exec/dal/sqlite/statement.h"
 #include "exec/dal/sqlite/statement_cache.h"
 

@@ -12,15 +12,13 @@ using platform::ExecResult;
 
 ExecResult SqlitePrepared::bind(const platform::BoundParameters& parameters) const {
     sqlite3_stmt* const s = stmt.get();
-    return forEachBoundValue(names, parameters,
-                             [s](std::size_t i, const platform::BoundParameter& parameter) {
-                                 const int rc = sqliteBind(s, static_cast<int>(i + 1),
-                                                           batchValueOf(parameter.value));
-                                 return rc == SQLITE_OK ? ExecResult()
-                                                        : ExecResult::failure(
-                                                              static_cast<std::uint64_t>(rc),
-                                                              sqlite3_errstr(rc));
-                             });
+    return forEachBoundValue(
+        names, parameters, [s](std::size_t i, const platform::BoundParameter& parameter) {
+            const int rc = sqliteBind(s, static_cast<int>(i + 1), batchValueOf(parameter.value));
+            return rc == SQLITE_OK
+                       ? ExecResult()
+                       : ExecResult::failure(static_cast<std::uint64_t>(rc), sqlite3_errstr(rc));
+        });
 }
 
 ExecResult SqliteStatementCache::take(sqlite3* db, const std::string& sql,
@@ -41,8 +39,8 @@ ExecResult SqliteStatementCache::take(sqlite3* db, const std::string& sql,
     if (!status.ok()) {
         return status;
     }
-    if (prepared->stmt.get() != nullptr &&
-        sqlite3_bind_parameter_count(prepared->stmt.get()) != static_cast<int>(bound.names.size())) {
+    if (prepared->stmt.get() != nullptr && sqlite3_bind_parameter_count(prepared->stmt.get()) !=
+                                               static_cast<int>(bound.names.size())) {
         return ExecResult::failure(platform::errc::kMalformedPlaceholder,
                                    "the text holds a parameter marker of SQLite's own (?, :name, "
                                    "@name, $name); a placeholder is {name}");
