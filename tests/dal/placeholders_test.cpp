@@ -28,7 +28,10 @@ struct Rewrite {
 TEST(BoundText, RewritesPlaceholdersOutsideQuotesAndRefusesTheRest) {
     const std::vector<Rewrite> cases = {
         {"select {a}, {b}, {a}", "select $1, $2, $1", {"a", "b"}, 0},
-        {"select {a}1, {a}x, {a}$, {a}+1", "select $1 1, $1 x, $1 $, $1+1", {"a"}, 0},
+        {"select {a}1, {a}x, {a}$, {a}+1, x{a}, {a}{a}",
+         "select $1 1, $1 x, $1 $, $1+1, x $1, $1 $1",
+         {"a"},
+         0},
         {"select '{a}', \"{b}\", E'\\'{c}', $$ {d} $$ -- {e}\n/* /* {f} */ */ {g_1}",
          "select '{a}', \"{b}\", E'\\'{c}', $$ {d} $$ -- {e}\n/* /* {f} */ */ $1",
          {"g_1"},

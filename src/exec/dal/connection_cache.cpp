@@ -26,7 +26,6 @@ struct CoarseClock {
     using rep = duration::rep;
     using period = duration::period;
     using time_point = std::chrono::time_point<CoarseClock>;
-    static constexpr bool is_steady = true;
 
     static time_point now() noexcept {
         timespec ts{};

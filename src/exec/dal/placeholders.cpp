@@ -42,8 +42,10 @@ ExecResult checkBoundToken(std::string_view sql, const SqlLexer::Token& token) {
     return {};
 }
 
+// Whether c would run on with a marker into one token: a character of a
+// word (non-ASCII bytes included, as both stores read identifiers) or '$'.
 bool gluesToNumber(char c) {
-    return isNameChar(c) || c == '$';
+    return isNameChar(c) || c == '$' || static_cast<unsigned char>(c) >= 0x80;
 }
 
 }  // namespace
@@ -74,6 +76,9 @@ ExecResult rewritePlaceholders(const std::string& sql, const SqlDialect& dialect
             return status;
         }
         text.append(view.substr(copied, token.begin - copied));
+        if (!text.empty() && gluesToNumber(text.back())) {
+            text.push_back(' ');
+        }
         text.push_back(marker);
         text.append(std::to_string(n));
         if (token.end < view.size() && gluesToNumber(view[token.end])) {

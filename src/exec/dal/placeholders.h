@@ -30,9 +30,11 @@ enum class PlaceholderRule {
 
 // Copies sql into text with every "{key}" placeholder that stands outside
 // quoted text and comments (as dialect quotes them) replaced by marker and
-// number(key): "?1", "$2", ... A blank follows the number where the text goes
-// on with a letter, digit, '_' or '$', so that "{a}1" cannot turn into the
-// "?11" of another parameter.
+// number(key): "?1", "$2", ... A blank separates the marker from a word
+// character (letter, digit, '_', '$', any non-ASCII byte) right before or
+// after the placeholder, so that "{a}1"
+// cannot turn into the "?11" of another parameter, nor "x{a}" into
+// PostgreSQL's identifier "x$1".
 platform::ExecResult rewritePlaceholders(const std::string& sql, const SqlDialect& dialect,
                                          char marker, PlaceholderRule rule,
                                          const PlaceholderNumber& number, std::string& text);
