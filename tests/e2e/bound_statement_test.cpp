@@ -9,6 +9,7 @@
 #include <climits>
 #include <cstdint>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "log_capture.h"
@@ -346,6 +347,33 @@ TEST_F(BoundStatementTest, RunsAgainWithNewValues) {
     ASSERT_EQ(runWrite("create table kept(id integer, name text, extra text default 'x')"), 0u);
     ASSERT_EQ(runStatement(insert.bind("id", 6).bind("name", "f")), 0u);
     EXPECT_EQ(runQuery("select id, name, extra from kept", 3), (Rows{{"6", "f", "x"}}));
+}
+
+// Threads run the same texts at once, each on its own connection and its own
+// prepared forms; every row arrives once.
+TEST_F(BoundStatementTest, ThreadsRunTheSameTextsAtOnce) {
+    constexpr int kThreads = 4;
+    constexpr int kRows = 50;
+    std::vector<std::thread> threads;
+    std::vector<int> failures(kThreads, 0);
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([t, &failures] {
+            BoundStatement insert("insert into kept(id, name) values({id}, {name})");
+            BoundStatement count("select count(*) from kept where id >= {low}");
+            for (int i = 0; i < kRows; ++i) {
+                const int id = 100 + t * kRows + i;
+                failures[t] += runStatement(insert.bind("id", id).bind("name", "t")) != 0;
+                failures[t] += readBound(count.bind("low", id), 1).size() != 1;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(failures, std::vector<int>(kThreads, 0));
+    EXPECT_EQ(runQuery("select count(*), min(id), max(id) from kept where name = 't'", 3),
+              (Rows{{std::to_string(kThreads * kRows), "100",
+                     std::to_string(100 + kThreads * kRows - 1)}}));
 }
 
 // Inside the caller's transaction a bound write is seen by the transaction's
