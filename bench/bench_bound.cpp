@@ -28,18 +28,14 @@ std::string nameOf(int i) {
     return "device-" + std::to_string(i);
 }
 
-// The library: one statement, bound again for every row. useProcessSessionName
-// picks the PostgreSQL session ("NeUpgradeDB") over the SQLite one ("default").
-void insertBound(benchmark::State& state, const char* table, bool onPostgres) {
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, onPostgres);
-    vorn::BoundStatement insert(std::string("insert into ") + table +
-                                "(id, name, value) values({id}, {name}, {value})");
+// Writes kInserts rows with write(i) (an error code) in one transaction per
+// iteration.
+template <typename Write>
+void writeRows(benchmark::State& state, CVORN* db, Write&& write) {
     for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         db->beginTransaction();
         for (int i = 0; i < kInserts; ++i) {
-            insert.bind("id", i).bind("name", nameOf(i)).bind("value", i * 0.25);
-            if (db->execWriteSQL(insert) != 0) {
+            if (write(i) != 0) {
                 state.SkipWithError("insert failed");
                 break;
             }
@@ -47,6 +43,19 @@ void insertBound(benchmark::State& state, const char* table, bool onPostgres) {
         db->commitTransaction();
     }
     state.SetItemsProcessed(state.iterations() * kInserts);
+}
+
+// The library: one statement, bound again for every row. useProcessSessionName
+// picks the PostgreSQL session ("NeUpgradeDB") over the SQLite one ("default").
+void insertBound(benchmark::State& state, const char* table, bool onPostgres) {
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, onPostgres);
+    vorn::BoundStatement insert(std::string("insert into ") + table +
+                                "(id, name, value) values({id}, {name}, {value})");
+    writeRows(state, db, [&](int i) {
+        return db->execWriteSQL(
+            insert.bind("id", i).bind("name", nameOf(i)).bind("value", i * 0.25));
+    });
 }
 
 void BM_BoundInserts_Vorn(benchmark::State& state) {
@@ -81,20 +90,12 @@ void BM_BoundInserts_RawSqlite(benchmark::State& state) {
 void BM_InserterInserts_Vorn(benchmark::State& state) {
     CVORN* db = nullptr;
     GuardDB guard("TaskDB", db, false);
-    for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
-        db->beginTransaction();
-        for (int i = 0; i < kInserts; ++i) {
-            CVORNInserter insert;
-            insert.table("b_built");
-            insert["id"]["name"]["value"] << static_cast<long>(i) << nameOf(i) << i * 0.25;
-            if (db->execWriteSQL(insert) != 0) {
-                state.SkipWithError("insert failed");
-                break;
-            }
-        }
-        db->commitTransaction();
-    }
-    state.SetItemsProcessed(state.iterations() * kInserts);
+    writeRows(state, db, [&](int i) {
+        CVORNInserter insert;
+        insert.table("b_built");
+        insert["id"]["name"]["value"] << static_cast<long>(i) << nameOf(i) << i * 0.25;
+        return db->execWriteSQL(insert);
+    });
 }
 
 void BM_PgBoundInserts_Vorn(benchmark::State& state) {
