@@ -8,6 +8,7 @@
 #include <cfloat>
 #include <climits>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -347,6 +348,32 @@ TEST_F(BoundStatementTest, RunsAgainWithNewValues) {
     ASSERT_EQ(runWrite("create table kept(id integer, name text, extra text default 'x')"), 0u);
     ASSERT_EQ(runStatement(insert.bind("id", 6).bind("name", "f")), 0u);
     EXPECT_EQ(runQuery("select id, name, extra from kept", 3), (Rows{{"6", "f", "x"}}));
+}
+
+// A read goes on after its call returned: its values are its own by then, so
+// the caller may bind others or drop the statement while rows remain.
+TEST_F(BoundStatementTest, AnOpenReadKeepsItsValues) {
+    const std::string name(64, 's');  // too long to live inside the string object
+    BatchInserter batch;
+    batch.table("kept");
+    for (long id = 10; id < 1010; ++id) {
+        batch["id"] << id;
+        batch["name"] << name;
+    }
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    ASSERT_EQ(db->ExecBatchInserter(batch), 0u);
+
+    auto find = std::make_unique<BoundStatement>("select id from kept where name = {name}");
+    CVORNReader reader;
+    ASSERT_EQ(db->execReadSQL(find->bind("name", name), reader), 0u);
+    find->bind("name", std::string(64, 'x'));
+    find.reset();
+    int rows = 0;
+    while (reader.hasNextElement()) {
+        ++rows;
+    }
+    EXPECT_EQ(rows, 1000);
 }
 
 // Threads run the same texts at once, each on its own connection and its own

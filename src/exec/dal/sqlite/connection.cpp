@@ -188,7 +188,7 @@ ExecResult SqliteConnection::executeBound(const std::string& sql,
         noteLocalSchema(sql);
     }
     if (status.ok() && prepared->stmt.get() != nullptr) {
-        status = prepared->bind(parameters);
+        status = prepared->bind(parameters, false);
         if (status.ok()) {
             status = runToEnd(prepared->stmt.get());
         }
@@ -236,7 +236,7 @@ ExecResult SqliteConnection::queryBound(const std::string& sql,
         status = m_statements->take(db, sql, prepared);
     }
     if (status.ok() && prepared->stmt.get() != nullptr) {
-        status = prepared->bind(parameters);
+        status = prepared->bind(parameters, true);
     }
     if (!status.ok() || prepared->stmt.get() == nullptr) {
         m_statements->give(std::move(prepared));

@@ -57,12 +57,13 @@ ExecResult SqliteStatement::prepare(sqlite3* db, const std::string& sql) {
     return {};
 }
 
-int sqliteBind(sqlite3_stmt* stmt, int index, const BatchValue& value) {
+int sqliteBind(sqlite3_stmt* stmt, int index, const BatchValue& value,
+               sqlite3_destructor_type textLifetime) {
     namespace typecode = platform::typecode;
     switch (value.code) {
         case typecode::kString:
             return sqlite3_bind_text64(stmt, index, value.text().data(), value.text().size(),
-                                       SQLITE_STATIC, SQLITE_UTF8);
+                                       textLifetime, SQLITE_UTF8);
         case typecode::kInt64:
             return sqlite3_bind_int64(stmt, index, value.as<std::int64_t>());
         case typecode::kUInt64:

@@ -37,10 +37,12 @@ class SqliteStatement {
     sqlite3_stmt* m_stmt = nullptr;
 };
 
-// Binds one value (see BatchValue; kNullValue binds NULL) to parameter index;
-// a text is bound without a copy and must outlive the statement's next step.
-// Returns SQLite's result code.
-int sqliteBind(sqlite3_stmt* stmt, int index, const BatchValue& value);
+// Binds one value (see BatchValue; kNullValue binds NULL) to parameter index.
+// A text is bound without a copy (SQLITE_STATIC), so it must outlive the
+// statement's steps, unless textLifetime is SQLITE_TRANSIENT. Returns
+// SQLite's result code.
+int sqliteBind(sqlite3_stmt* stmt, int index, const BatchValue& value,
+               sqlite3_destructor_type textLifetime = SQLITE_STATIC);
 
 // The connection's last error as a failed result: its extended result code and
 // sqlite3_errmsg as the detail.

@@ -10,11 +10,13 @@ namespace vorn::dal {
 
 using platform::ExecResult;
 
-ExecResult SqlitePrepared::bind(const platform::BoundParameters& parameters) const {
+ExecResult SqlitePrepared::bind(const platform::BoundParameters& parameters, bool forRead) const {
     sqlite3_stmt* const s = stmt.get();
+    const sqlite3_destructor_type lifetime = forRead ? SQLITE_TRANSIENT : SQLITE_STATIC;
     return forEachBoundValue(
-        names, parameters, [s](std::size_t i, const platform::BoundParameter& parameter) {
-            const int rc = sqliteBind(s, static_cast<int>(i + 1), batchValueOf(parameter.value));
+        names, parameters, [s, lifetime](std::size_t i, const platform::BoundParameter& parameter) {
+            const int rc =
+                sqliteBind(s, static_cast<int>(i + 1), batchValueOf(parameter.value), lifetime);
             return rc == SQLITE_OK
                        ? ExecResult()
                        : ExecResult::failure(static_cast<std::uint64_t>(rc), sqlite3_errstr(rc));

@@ -23,8 +23,10 @@ struct SqlitePrepared {
     bool ranBefore = false;  // given back at least once
 
     // Binds parameters to the statement's numbered parameters, refusing a
-    // placeholder with no value and a value with no placeholder.
-    platform::ExecResult bind(const platform::BoundParameters& parameters) const;
+    // placeholder with no value and a value with no placeholder. Texts are
+    // copied for a read, whose steps go on after the call returns, while the
+    // caller may change or drop its values; a write uses them in place.
+    platform::ExecResult bind(const platform::BoundParameters& parameters, bool forRead) const;
 };
 
 // The prepared forms of the bound statements one connection ran last, on any
