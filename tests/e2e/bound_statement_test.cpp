@@ -350,6 +350,23 @@ TEST_F(BoundStatementTest, RunsAgainWithNewValues) {
     EXPECT_EQ(runQuery("select id, name, extra from kept", 3), (Rows{{"6", "f", "x"}}));
 }
 
+// Events and log lines carry the text as written: the values stay out.
+TEST_F(BoundStatementTest, EventsAndLogsShowPlaceholdersNotValues) {
+    const std::string secret = "value-that-stays-out";
+    std::vector<std::string> texts;
+    setStatementObserver([&texts](const StatementEvent& event) { texts.emplace_back(event.text); });
+    LogCapture log;
+    BoundStatement insert("insert into kept values({id}, {name})");
+    ASSERT_EQ(runStatement(insert.bind("id", 4).bind("name", secret)), 0u);
+    EXPECT_NE(runStatement(insert), 0u);  // the same id again
+    setStatementObserver(nullptr);
+    EXPECT_EQ(texts, std::vector<std::string>(2, insert.text()));
+    ASSERT_FALSE(log.records().empty());
+    for (const auto& record : log.records()) {
+        EXPECT_EQ(record.text.find(secret), std::string::npos) << record.text;
+    }
+}
+
 // A read goes on after its call returned: its values are its own by then, so
 // the caller may bind others or drop the statement while rows remain.
 TEST_F(BoundStatementTest, AnOpenReadKeepsItsValues) {
