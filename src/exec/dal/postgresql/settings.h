@@ -25,6 +25,12 @@ struct PgSettings {
     std::string conninfo;  // the URL without the library's options
     bool statementRollback = true;
     int maxFetchRows = 10000;
+    // Several hosts, or target_session_attrs other than "any": a deployment
+    // where the server that accepts the session can change (failover), so a
+    // failed connect is tried again until connectTimeoutSeconds have passed.
+    bool severalServers = false;
+    // connect_timeout of the URL, else $PGCONNECT_TIMEOUT, else 10.
+    int connectTimeoutSeconds = 10;
 
     // Parses url and checks it with libpq; false with a problem text (free of
     // secrets) when it is malformed.
