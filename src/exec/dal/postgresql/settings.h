@@ -17,8 +17,10 @@ namespace vorn::dal {
 //       own rule (off; spares a savepoint per statement)
 //   vorn_fetch_rows=<n>   most rows fetched per round trip by a read
 //       (default 10000, 1 to 1000000)
-// Defaults for parameters the URL (or libpq's PG* environment variables) leave
-// unset: connect_timeout=10 and TCP keepalives (idle 30 s, interval 10 s, 3
+// A URL with several hosts, or with target_session_attrs other than "any",
+// gets its connect tried again until the connect timeout has passed (see
+// pgConnect). Defaults for parameters the URL (or libpq's PG* environment
+// variables) leave unset: connect_timeout=10 and TCP keepalives (idle 30 s, interval 10 s, 3
 // probes, tcp_user_timeout 60 s), so a dead server or network shows as an
 // error rather than a call that never returns; fallback_application_name=vorn.
 struct PgSettings {
