@@ -22,9 +22,13 @@ std::string fetchCommand(int rows, const std::string& cursor) {
 
 ExecResult PgReads::open(const std::string& sql, PgCursorSlot& slot, PgChunk& first,
                          const PgParams& params) {
-    return classifyPgStatement(sql) == PgStatementKind::CursorQuery
-               ? openCursor(sql, slot, first, params)
-               : readWhole(sql, first, params);
+    // Behind a transaction pooler a cursor outside the caller's transaction
+    // would outlive the read transaction on a server connection the pooler
+    // hands to others.
+    const bool cursor =
+        classifyPgStatement(sql) == PgStatementKind::CursorQuery &&
+        !(m_link->settings().transactionPooling && !m_link->callerTransactionOpen());
+    return cursor ? openCursor(sql, slot, first, params) : readWhole(sql, first, params);
 }
 
 // Read whole, as the write it may well be.
@@ -45,7 +49,10 @@ ExecResult PgReads::openCursor(const std::string& sql, PgCursorSlot& slot, PgChu
     settle();
     slot.name = "vorn_cursor_" + std::to_string(++m_cursorCounter);
     const int rows = std::min(kFirstFetchRows, m_link->settings().maxFetchRows);
-    const std::string declare = "DECLARE " + slot.name + " NO SCROLL CURSOR WITH HOLD FOR " + sql;
+    // Behind a transaction pooler the cursor ends with the caller's
+    // transaction; a read still open then fails at its next fetch.
+    const char* const hold = m_link->settings().transactionPooling ? "" : " WITH HOLD";
+    const std::string declare = "DECLARE " + slot.name + " NO SCROLL CURSOR" + hold + " FOR " + sql;
     const bool inReadTransaction = m_link->ownTransactionOpen();
     const bool startsReadTransaction =
         !inReadTransaction && m_link->transactionStatus() == PQTRANS_IDLE;
@@ -130,7 +137,11 @@ void PgReads::close(const PgCursorSlot& slot) {
     const std::string sql = "CLOSE " + slot.name;
     switch (m_link->transactionStatus()) {
         case PQTRANS_IDLE:
-            m_link->sendAhead(sql, "");
+            // Behind a transaction pooler the cursor ended with its
+            // transaction, and the server connection may be another's now.
+            if (!m_link->settings().transactionPooling) {
+                m_link->sendAhead(sql, "");
+            }
             return;
         case PQTRANS_INTRANS:
             // Guarded whatever the setting: closing a cursor that a rollback

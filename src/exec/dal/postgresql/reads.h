@@ -36,6 +36,12 @@ struct PgCursorSlot {
 //     the read; the open cursors survive, the server keeping their rows.
 // Statements a cursor cannot run (data-changing WITH, SELECT ... INTO, row
 // locks FOR UPDATE/SHARE, INSERT ... RETURNING, SHOW, ...) are read whole.
+//
+// Behind a transaction pooler (vorn_pool_mode=transaction) nothing may
+// outlive a transaction on the server connection: reads outside the caller's
+// transaction are read whole, in one round trip (client memory grows with the
+// result), and a cursor inside it is declared without HOLD, so it ends with
+// the transaction.
 class PgReads {
   public:
     explicit PgReads(std::shared_ptr<PgLink> link) noexcept : m_link(std::move(link)) {}

@@ -46,6 +46,15 @@ bool applyOwnOption(std::string_view key, std::string_view value, PgSettings& ou
         }
         return true;
     }
+    if (equalsIgnoreCase(key, "vorn_pool_mode")) {
+        const bool session = equalsIgnoreCase(value, "session");
+        if (!session && !equalsIgnoreCase(value, "transaction")) {
+            problem = "vorn_pool_mode must be session or transaction";
+            return false;
+        }
+        out.transactionPooling = !session;
+        return true;
+    }
     if (equalsIgnoreCase(key, "vorn_fetch_rows")) {
         int rows = 0;
         const auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), rows);
