@@ -61,6 +61,19 @@ class PgClusterTest : public ::testing::Test {
     std::string m_failoverUrl;
 };
 
+// Polls ready() every 20 ms until it holds or timeout has passed.
+template <typename Ready>
+bool waitUntil(Clock::duration timeout, Ready&& ready) {
+    const Clock::time_point until = Clock::now() + timeout;
+    while (!ready()) {
+        if (Clock::now() >= until) {
+            return false;
+        }
+        std::this_thread::sleep_for(20ms);
+    }
+    return true;
+}
+
 // The backup processes' pattern: their session ("NeBackupDB", here the
 // upgrade session of the same rule) is bound to the standby and reads there,
 // while the primary takes the writes; a write on it is refused by the server.
@@ -70,6 +83,11 @@ void readOnTheStandby(const std::string& failoverUrl) {
     ASSERT_EQ(bindDataSource("NeUpgradeDB", standbyUrl), 0u);
     ASSERT_EQ(runWrite("drop table if exists routed"), 0u);
     ASSERT_EQ(runWrite("create table routed(id int8 primary key)"), 0u);
+    // A commit returns once the standby has it; it shows there once replayed.
+    const bool replayed = waitUntil(5s, [] {
+        return runQuery("select to_regclass('routed') is not null", 1, true) == Rows{{"true"}};
+    });
+    ASSERT_TRUE(replayed) << "the standby did not replay the new table within 5 s";
 
     std::atomic<bool> writing{true};
     std::atomic<int> written{0};
