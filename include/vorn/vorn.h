@@ -5,6 +5,7 @@
 // helpers: they are neither part of it nor installed.
 #include "vorn/base.h"
 #include "vorn/batch_inserter.h"
+#include "vorn/bound_statement.h"
 #include "vorn/connections.h"
 #include "vorn/criterion.h"
 #include "vorn/database.h"

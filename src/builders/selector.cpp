@@ -103,8 +103,10 @@ void CVORNSelector::limit(unsigned int count, unsigned int offset) {
 }
 
 void CVORNSelector::compound(const CVORNSelector& other, ENUM_COMPOUND_OP op) {
+    // Rendered before m_compound changes: other may be this selector itself.
     const CVORNBase& statement = other;
-    m_compound.assign(compoundFragment(op)).append(statement.toString());
+    const std::string text = statement.toString();
+    m_compound.assign(compoundFragment(op)).append(text);
 }
 
 std::string CVORNSelector::toString() const {

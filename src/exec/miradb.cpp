@@ -6,6 +6,7 @@
 
 #include "exec/diagnostics/call_record.h"
 #include "vorn/batch_inserter.h"
+#include "vorn/bound_statement.h"
 #include "vorn/database.h"
 #include "vorn/keywords.h"
 #include "vorn/platform/data_access.h"
@@ -77,6 +78,13 @@ unsigned long finish(StatementKind kind, const char* session, std::string_view t
     return status.errorCode();
 }
 
+// Runs sql on session: with its values when the statement is a bound one.
+ExecResult run(DataSession& session, const std::string& id, SqlKind kind, const std::string& sql,
+               const vorn::BoundStatement* bound) {
+    return bound != nullptr ? session.execute(id, kind, sql, bound->parameters())
+                            : session.execute(id, kind, sql, NoParameters{});
+}
+
 template <class Vector>
 std::size_t referTo(TypedRef& ref, Vector& column) {
     vorn::platform::TypeRegistry::registerVectorType<Vector>(
@@ -113,6 +121,8 @@ MIRAsqlDB::MIRAsqlDB(bool useProcessSessionName) : m_useProcessSessionName(usePr
 
 MIRAsqlDB::~MIRAsqlDB() = default;
 
+// Each call below chooses the name once, at its start: with
+// useProcessSessionName the rule asks for the process id, a system call.
 const char* MIRAsqlDB::sessionName() const {
     using vorn::platform::currentProcessId;
     if (!m_useProcessSessionName) {
@@ -129,72 +139,81 @@ const char* MIRAsqlDB::sessionName() const {
 
 unsigned long MIRAsqlDB::beginTransaction() {
     const Clock::time_point start = Clock::now();
-    DataSession session(sessionName());
-    return finish(StatementKind::Begin, sessionName(), "BEGIN", start, "beginTransaction", __LINE__,
+    const char* const name = sessionName();
+    DataSession session(name);
+    return finish(StatementKind::Begin, name, "BEGIN", start, "beginTransaction", __LINE__,
                   session.beginTransaction());
 }
 
 unsigned long MIRAsqlDB::commitTransaction() {
     const Clock::time_point start = Clock::now();
-    DataSession session(sessionName());
-    return finish(StatementKind::Commit, sessionName(), "COMMIT", start, "commitTransaction",
-                  __LINE__, session.commit());
+    const char* const name = sessionName();
+    DataSession session(name);
+    return finish(StatementKind::Commit, name, "COMMIT", start, "commitTransaction", __LINE__,
+                  session.commit());
 }
 
 unsigned long MIRAsqlDB::rollbackTransaction() {
     const Clock::time_point start = Clock::now();
-    DataSession session(sessionName());
-    return finish(StatementKind::Rollback, sessionName(), "ROLLBACK", start, "rollbackTransaction",
-                  __LINE__, session.rollback());
+    const char* const name = sessionName();
+    DataSession session(name);
+    return finish(StatementKind::Rollback, name, "ROLLBACK", start, "rollbackTransaction", __LINE__,
+                  session.rollback());
 }
 
 unsigned long MIRAsqlDB::execReadSQL(const CVORNBase& statement, CVORNReader& reader) {
     vorn::platform::FunctionTrace trace(SourceLocation{kUnit, kExecRead, 55});
     const Clock::time_point start = Clock::now();
+    const char* const name = sessionName();
+    const auto* bound = dynamic_cast<const vorn::BoundStatement*>(&statement);
     std::string sql = statement.toString();
     if (sql.empty()) {
-        return refuse(StatementKind::Read, sessionName(), start, kExecRead, 58,
+        return refuse(StatementKind::Read, name, start, kExecRead, 58,
                       "Exception! strSQL is empty string!");
     }
-    DataSession* session = reader.initializeSession(sessionName());
+    DataSession* session = reader.initializeSession(name);
     if (session == nullptr) {
-        return refuse(StatementKind::Read, sessionName(), start, kExecRead, 69,
+        return refuse(StatementKind::Read, name, start, kExecRead, 69,
                       "Exception! strSQL is empty string!");
     }
     reader.endRead();  // a read still open on this reader ends here
     static const std::string id = vorn::platform::makeStatementId(kUnit, kExecRead, 63);
-    const ExecResult status = session->execute(id, SqlKind::Read, sql, NoParameters{});
+    const ExecResult status = run(*session, id, SqlKind::Read, sql, bound);
     if (status.outcome() == 0) {
         // Recorded when its rows end, with their number.
-        reader.m_read =
-            std::make_unique<vorn::diag::PendingRead>(sessionName(), std::move(sql), start);
-        vorn::diag::noteOutcome(sessionName(), status);
+        reader.m_read = std::make_unique<vorn::diag::PendingRead>(name, std::move(sql), start);
+        vorn::diag::noteOutcome(name, status);
         return 0;
     }
-    return finish(StatementKind::Read, sessionName(), sql, start, kExecRead, 65, status);
+    return finish(StatementKind::Read, name, sql, start, kExecRead, 65, status);
 }
 
 unsigned long MIRAsqlDB::execWriteSQL(const CVORNBase& statement) {
     const Clock::time_point start = Clock::now();
-    const std::string sql = statement.toString();
+    const char* const name = sessionName();
+    // A bound statement's text is used where it is, not copied.
+    const auto* bound = dynamic_cast<const vorn::BoundStatement*>(&statement);
+    std::string rendered;
+    const std::string& sql = bound != nullptr ? bound->text() : (rendered = statement.toString());
     if (sql.empty()) {
-        return refuse(StatementKind::Write, sessionName(), start, kExecWrite, 80,
+        return refuse(StatementKind::Write, name, start, kExecWrite, 80,
                       "execWriteSQL! strSQL is empty string!");
     }
     static const std::string id = vorn::platform::makeStatementId(kUnit, kExecWrite, 84);
     ExecResult status;
     {
-        DataSession session(sessionName());
-        status = session.execute(id, SqlKind::Write, sql, NoParameters{});
+        DataSession session(name);
+        status = run(session, id, SqlKind::Write, sql, bound);
     }
-    return finish(StatementKind::Write, sessionName(), sql, start, kExecWrite, 86, status);
+    return finish(StatementKind::Write, name, sql, start, kExecWrite, 86, status);
 }
 
 unsigned long MIRAsqlDB::ExecBatchInserter(const BatchInserter& batch) {
     const Clock::time_point start = Clock::now();
+    const char* const name = sessionName();
     const std::string sql = batch.toString();
     if (sql.empty()) {
-        return refuse(StatementKind::Batch, sessionName(), start, kExecBatch, 97,
+        return refuse(StatementKind::Batch, name, start, kExecBatch, 97,
                       "ExecBatchInserter! strSQL is empty string!");
     }
     // The one copy of the columns this call makes; the references below point
@@ -204,8 +223,7 @@ unsigned long MIRAsqlDB::ExecBatchInserter(const BatchInserter& batch) {
     if (paramMap.empty()) {
         Logger::info(SourceLocation{kUnit, kExecBatch, 105},
                      LogScrubber::scrub(tagged("ExecBatchInserter! paramMap is empty!")));
-        return finish(StatementKind::Batch, sessionName(), sql, start, kExecBatch, 105,
-                      ExecResult());
+        return finish(StatementKind::Batch, name, sql, start, kExecBatch, 105, ExecResult());
     }
 
     vorn::platform::ParamRefMap refs;
@@ -215,7 +233,7 @@ unsigned long MIRAsqlDB::ExecBatchInserter(const BatchInserter& batch) {
         // Only the low 32 bits of the lengths are compared.
         const auto count = static_cast<std::uint32_t>(referToColumn(refs, key, column));
         if (!firstColumn && count != rows) {
-            return refuse(StatementKind::Batch, sessionName(), start, kExecBatch, 141,
+            return refuse(StatementKind::Batch, name, start, kExecBatch, 141,
                           "ExecBatchInserter! paramMap is error!");
         }
         rows = count;
@@ -225,12 +243,12 @@ unsigned long MIRAsqlDB::ExecBatchInserter(const BatchInserter& batch) {
     static const std::string id = vorn::platform::makeStatementId(kUnit, kExecBatch, 147);
     ExecResult status;
     {
-        DataSession session(sessionName());
+        DataSession session(name);
         const TypedRef parameters{
             vorn::platform::TypeDescriptor{vorn::platform::typecode::kParamMap,
                                            vorn::platform::kFlagReference, nullptr},
             &refs};
         status = session.execute(id, SqlKind::Batch, sql, parameters);
     }
-    return finish(StatementKind::Batch, sessionName(), sql, start, kExecBatch, 149, status);
+    return finish(StatementKind::Batch, name, sql, start, kExecBatch, 149, status);
 }

@@ -31,9 +31,11 @@ class BadInputTest : public StoreTest, public ::testing::WithParamInterface<BadI
   public:
     const ScratchDir& dir() const { return m_dir; }
     // A URL for the default session's schema with extra server options.
-    std::string defaultSchemaUrl(const std::string& extraOptions = "") const {
-        std::string url = postgresUrlForSchema(m_schemas.at("default"));
-        return extraOptions.empty() ? url : url + "%20" + extraOptions;
+    std::string defaultSchemaUrl() const { return m_stores.at("default").url; }
+    // The default session's store, its new sessions read-only.
+    std::string readOnlyDefaultUrl() const {
+        return withServerSetting(m_schemas.at("default"), m_stores.at("default"),
+                                 "default_transaction_read_only", "on");
     }
 
   protected:
@@ -121,9 +123,8 @@ INSTANTIATE_TEST_SUITE_P(
         BadInput{"ReadOnlyStore",
                  [](BadInputTest& test) {
                      const std::string url =
-                         onPostgres()
-                             ? test.defaultSchemaUrl("-c%20default_transaction_read_only%3Don")
-                             : "sqlite:" + test.dir().file("default.db") + "?mode=ro";
+                         onPostgres() ? test.readOnlyDefaultUrl()
+                                      : "sqlite:" + test.dir().file("default.db") + "?mode=ro";
                      ASSERT_EQ(bindDataSource("default", url), 0u);
                  },
                  "delete from kept", 8, "25006"},

@@ -43,10 +43,10 @@ class DiagnosticsTest : public StoreTest {
     // Rebinds "default" with a short wait for locks: busy_timeout on SQLite,
     // lock_timeout on PostgreSQL.
     void bindWithShortLockWait() {
-        const std::string url = onPostgres()
-                                    ? postgresUrl() + "?options=-c%20search_path%3D" +
-                                          m_schemas["default"] + "%20-c%20lock_timeout%3D50"
-                                    : "sqlite:" + m_dir.file("default.db") + "?busy_timeout=50";
+        const std::string url =
+            onPostgres()
+                ? withServerSetting(m_schemas["default"], m_stores["default"], "lock_timeout", "50")
+                : "sqlite:" + m_dir.file("default.db") + "?busy_timeout=50";
         ASSERT_EQ(bindDataSource("default", url), 0u);
     }
 };
@@ -129,6 +129,9 @@ TEST_F(DiagnosticsTest, ALockHeldElsewhereIsBusyOnEveryStore) {
 }
 
 TEST_F(DiagnosticsTest, NoConnectionIsConnectionLostOnEveryStore) {
+    if (onPostgres() && !poolerUrl().empty()) {
+        GTEST_SKIP() << "behind the pooler an ended server connection is replaced unseen";
+    }
     if (onPostgres()) {
         ASSERT_EQ(runWrite("create table t(id integer)"), 0u);
         const Rows pid = runQuery("select pg_backend_pid()", 1);

@@ -15,18 +15,6 @@
 namespace vorn::test {
 namespace {
 
-// The test server's URL with another database.
-std::string urlForDatabase(const std::string& url, const std::string& database) {
-    const std::size_t authority = url.find("://");
-    const std::size_t path = url.find('/', authority == std::string::npos ? 0 : authority + 3);
-    if (path == std::string::npos) {
-        return url + "/" + database;
-    }
-    const std::size_t query = url.find('?', path);
-    return url.substr(0, path + 1) + database +
-           (query == std::string::npos ? std::string() : url.substr(query));
-}
-
 std::vector<long> ids(const CVORNCriterion& condition) {
     CVORNSelector selector;
     selector.table("t");
@@ -56,7 +44,11 @@ class PgSessionModeTest : public ::testing::Test {
         ASSERT_TRUE(adminExecute("create database " + m_database +
                                  " template template0 encoding 'UTF8' lc_collate 'C' "
                                  "lc_ctype 'C'"));
-        ASSERT_EQ(bindDataSource("default", urlForDatabase(postgresUrl(), m_database)), 0u);
+        // Through the pooler when there is one: it must keep the session mode too.
+        const std::string server = poolerUrl().empty()
+                                       ? postgresUrl()
+                                       : withOptions(poolerUrl(), "vorn_pool_mode=transaction");
+        ASSERT_EQ(bindDataSource("default", withDatabase(server, m_database)), 0u);
     }
 
     void TearDown() override {

@@ -108,20 +108,24 @@ class StoreTest : public ::testing::Test {
             for (char& c : schema) {
                 c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
             }
-            ASSERT_TRUE(adminExecute("create schema \"" + schema + "\""));
+            PgScratchStore store;
+            ASSERT_TRUE(makePgScratchStore(schema, store));
             m_schemas[session] = schema;
-            ASSERT_EQ(bindDataSource(session, postgresUrlForSchema(schema)), 0u);
+            m_stores[session] = store;
+            ASSERT_EQ(bindDataSource(session, store.url), 0u);
         }
     }
 
     void TearDown() override {
         platform::setProcessIdSource(nullptr);
         ::unsetenv("VORN_DATA_DIR");
-        for (const auto& [session, schema] : m_schemas) {
+        for (const auto& [session, store] : m_stores) {
             unbindDataSource(session);
-            adminExecute("drop schema \"" + schema + "\" cascade");
+            closeAllConnections();  // a database goes only once nobody uses it
+            adminExecute(store.drop);
         }
         m_schemas.clear();
+        m_stores.clear();
     }
 
     // Whether anything was ever written to the store of a session name.
@@ -129,19 +133,34 @@ class StoreTest : public ::testing::Test {
         if (!onPostgres()) {
             return std::filesystem::exists(m_dir.file(sessionName + ".db"));
         }
-        const auto found = m_schemas.find(sessionName);
-        if (found == m_schemas.end()) {
+        const auto found = m_stores.find(sessionName);
+        if (found == m_stores.end()) {
             return false;
         }
-        const Rows tables =
-            runQuery("select count(*) from information_schema.tables where table_schema = '" +
-                         found->second + "'",
-                     1);
-        return !tables.empty() && tables[0][0] != "0";
+        // Asked through a session name of its own bound to the same store.
+        static const char* const kProbe = "vorn_test_probe";
+        EXPECT_EQ(bindDataSource(kProbe, found->second.url), 0u);
+        const std::string schema = poolerUrl().empty() ? m_schemas.at(sessionName) : "public";
+        CVORNReader reader;
+        long tables = 0;
+        platform::DataSession* session = reader.initializeSession(kProbe);
+        if (session != nullptr &&
+            session
+                ->execute("test:probe:0", platform::SqlKind::Read,
+                          "select count(*) from information_schema.tables where table_schema = '" +
+                              schema + "'",
+                          platform::NoParameters{})
+                .ok()) {
+            reader >> tables;
+        }
+        reader.clear();
+        unbindDataSource(kProbe);
+        return tables != 0;
     }
 
     ScratchDir m_dir;
-    std::map<std::string, std::string> m_schemas;
+    std::map<std::string, std::string> m_schemas;  // session name -> schema (or database)
+    std::map<std::string, PgScratchStore> m_stores;
 };
 
 }  // namespace vorn::test

@@ -63,6 +63,61 @@ inline std::string postgresUrlForSchema(const std::string& schema) {
     return withOptions(postgresUrl(), "options=-c%20search_path%3D" + schema);
 }
 
+// pgbouncer in transaction pooling mode in front of the test server
+// (VORN_TEST_PG_POOLER_URL, as "scripts/pg-cluster start" prints it), or "".
+// Behind it no session setting survives a transaction, so a test's stores are
+// databases of their own instead of schemas.
+inline std::string poolerUrl() {
+    const char* url = std::getenv("VORN_TEST_PG_POOLER_URL");
+    return url == nullptr ? std::string() : std::string(url);
+}
+
+// url with its database replaced by database.
+inline std::string withDatabase(const std::string& url, const std::string& database) {
+    const std::size_t authority = url.find("://");
+    const std::size_t path = url.find('/', authority == std::string::npos ? 0 : authority + 3);
+    if (path == std::string::npos) {
+        return url + "/" + database;
+    }
+    const std::size_t query = url.find('?', path);
+    return url.substr(0, path + 1) + database +
+           (query == std::string::npos ? std::string() : url.substr(query));
+}
+
+// A store of its own for a test on the PostgreSQL server: a schema, or behind
+// the pooler a database reached through it (vorn_pool_mode=transaction). name
+// is new and in lower case.
+struct PgScratchStore {
+    std::string url;   // to bind a session name to
+    std::string drop;  // the statement that removes it
+};
+
+inline bool makePgScratchStore(const std::string& name, PgScratchStore& out) {
+    if (poolerUrl().empty()) {
+        out.url = withOptions(postgresUrl(), "options=-c%20search_path%3D" + name);
+        out.drop = "drop schema \"" + name + "\" cascade";
+        return adminExecute("create schema \"" + name + "\"");
+    }
+    out.url = withOptions(withDatabase(poolerUrl(), name), "vorn_pool_mode=transaction");
+    out.drop = "drop database \"" + name + "\" with (force)";
+    return adminExecute("create database \"" + name + "\" strategy file_copy");
+}
+
+// The URL of a scratch store (named name) with a server setting for its new
+// sessions: a startup option, or behind the pooler, which refuses those, the
+// database's own default, its server connections ended so that the pooler
+// opens new ones, which take it.
+inline std::string withServerSetting(const std::string& name, const PgScratchStore& store,
+                                     const std::string& key, const std::string& value) {
+    if (poolerUrl().empty()) {
+        return store.url + "%20-c%20" + key + "%3D" + value;
+    }
+    adminExecute("alter database \"" + name + "\" set " + key + " = " + value);
+    adminExecute("select pg_terminate_backend(pid) from pg_stat_activity where datname = '" + name +
+                 "'");
+    return store.url;
+}
+
 inline std::string uniqueSchemaName() {
     std::random_device seed;
     std::mt19937_64 generator(seed());

@@ -186,6 +186,7 @@ TEST(ErrorCategory, LibraryRefusals) {
         {errc::kDataSourceInvalid, "08001"}, {errc::kMultipleStatements, "42601"},
         {errc::kBadParameters, "07006"},     {errc::kUnknownPlaceholder, "07001"},
         {errc::kNoResult, "24000"},          {errc::kInheritedResult, "24000"},
+        {errc::kUnusedParameter, "07001"},   {errc::kMalformedPlaceholder, "42601"},
         {errc::kAdapterBase + 0x100, ""},
     };
     for (const auto& [code, sqlstate] : cases) {

@@ -49,6 +49,12 @@ const vorn::test::RenderCase<S> kCases[] = {
     {"SecondCompoundReplaces", [](S& s) { s.compound(idsOf("b"), COMPOUND_UNION);
          s.compound(idsOf("c"), COMPOUND_EXCEPT); },
      "select  *  from  EXCEPT select id from c"},
+    {"CompoundWithItselfTakesItsTextBeforeTheCall", [](S& s) { s.table("a"); s.select("id");
+         s.compound(s, COMPOUND_UNION); },
+     "select id from a UNION select id from a"},
+    {"SecondCompoundWithItself", [](S& s) { s.table("a"); s.select("id");
+         s.compound(s, COMPOUND_UNION); s.compound(s, COMPOUND_EXCEPT); },
+     "select id from a EXCEPT select id from a UNION select id from a"},
     {"QuotesDoubledInColumnLists", [](S& s) { s.table("t"); s.select("o'x");
          s.select(CVORNColumn("t", "a'b")); s << CVORNCriterionItem("c'd"); s.orderBy("e'f"); },
      "select o''x,t.a''b,c''d from t order by e''f"},

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "vorn/export.h"
@@ -16,6 +17,17 @@ enum class SqlKind : std::int32_t { Read = 0, Batch = 1, Write = 4 };
 
 // Marks an execution without bound parameters.
 struct NoParameters {};
+
+// A value bound to the "{name}" placeholders of one statement; std::monostate
+// is SQL NULL.
+using BoundValue =
+    std::variant<std::monostate, std::string, std::int64_t, std::uint64_t, float, double>;
+struct BoundParameter {
+    std::string name;
+    BoundValue value;
+};
+// The values of one statement, each name once.
+using BoundParameters = std::vector<BoundParameter>;
 
 // Outcome of a data-access call: outcome 0 is success; otherwise errorCode()
 // is the store's (or the adapter's) code and detail() its message, if any.
@@ -120,6 +132,19 @@ class VORN_API DataSession {
     ExecResult execute(const std::string& statementId, SqlKind kind, const std::string& sql,
                        const TypedRef& parameters);
 
+    // Runs one statement whose "{name}" placeholders take the values of
+    // parameters, bound by the store (never written into the text), as a read
+    // (rows for fetchRow) or a write, as execute with NoParameters does. A
+    // name is ASCII letters, digits and '_'. Refused with nothing run:
+    // a placeholder with no value (errc::kUnknownPlaceholder), a value whose
+    // name the text does not hold (errc::kUnusedParameter), a '{' outside
+    // quoted text and comments that makes no placeholder or a parameter
+    // marker of the store's own (errc::kMalformedPlaceholder), a second
+    // statement (errc::kMultipleStatements), kind SqlKind::Batch
+    // (errc::kBadParameters). Values are bound as for a batch (above), NULL
+    // as NULL.
+    ExecResult execute(const std::string& statementId, SqlKind kind, const std::string& sql,
+                       const BoundParameters& parameters);
     // Replaces the Row referenced by rowTarget (code 105) with the next row of
     // the last read: one FieldValue per column, reusing the Row's storage.
     // Text forms: NULL is the empty text, integers are decimal, floating-point

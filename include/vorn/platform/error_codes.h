@@ -22,11 +22,18 @@ inline constexpr std::uint64_t kMultipleStatements = kAdapterBase + 2;
 inline constexpr std::uint64_t kBadParameters = kAdapterBase + 3;
 // fetchRow on a session with no open result.
 inline constexpr std::uint64_t kNoResult = kAdapterBase + 4;
-// A batch placeholder names no column of the parameter set.
+// A placeholder names no column of a batch's parameter set, or has no value
+// bound in a bound statement.
 inline constexpr std::uint64_t kUnknownPlaceholder = kAdapterBase + 5;
 // fetchRow in a child of fork() on a result the parent opened; the result is
 // the parent's, so the child gets none of its rows.
 inline constexpr std::uint64_t kInheritedResult = kAdapterBase + 6;
+// A bound statement has a value under a name that none of its placeholders
+// has; nothing was run.
+inline constexpr std::uint64_t kUnusedParameter = kAdapterBase + 7;
+// A bound statement's text holds a '{' that makes no placeholder, or a
+// parameter marker of the store's own ('?', ':name', '$1'); nothing was run.
+inline constexpr std::uint64_t kMalformedPlaceholder = kAdapterBase + 8;
 }  // namespace errc
 
 // PostgreSQL errors: 0x5047 ("PG") in the two top bytes, the five ASCII

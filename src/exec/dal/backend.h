@@ -44,7 +44,9 @@ class Cursor {
 // scrubbed to one line in any case), or one of the
 // codes of vorn/platform/error_codes.h for the layer's own refusals:
 // errc::kMultipleStatements for text holding a second statement (nothing
-// runs), errc::kUnknownPlaceholder and errc::kBadParameters for batches.
+// runs), errc::kUnknownPlaceholder and errc::kBadParameters for batches and
+// bound statements, errc::kUnusedParameter and errc::kMalformedPlaceholder
+// for bound statements.
 class Connection {
   public:
     virtual ~Connection() = default;
@@ -63,6 +65,15 @@ class Connection {
     // text holding no statement). Errors of the first row show here. Reads
     // left open do not block other calls on the same connection.
     virtual platform::ExecResult query(const std::string& sql, std::unique_ptr<Cursor>& cursor) = 0;
+    // The same two with the statement's "{name}" placeholders bound to
+    // parameters by the store (see DataSession::execute with
+    // BoundParameters for the refusals); repeated texts reuse the store's
+    // prepared form where that needs no state on the server.
+    virtual platform::ExecResult executeBound(const std::string& sql,
+                                              const platform::BoundParameters& parameters) = 0;
+    virtual platform::ExecResult queryBound(const std::string& sql,
+                                            const platform::BoundParameters& parameters,
+                                            std::unique_ptr<Cursor>& cursor) = 0;
     // Runs one statement with "{key}" placeholders once per row of
     // parameters, all rows or none: inside the open transaction (a failure
     // undoes the batch's rows only) or in one of its own. BatchParameters

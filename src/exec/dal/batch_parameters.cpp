@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "exec/dal/placeholders.h"
 #include "vorn/platform/error_codes.h"
 
 namespace vorn::dal {
@@ -66,35 +67,25 @@ const BatchColumn* BatchParameters::find(std::string_view key) const {
 ExecResult BatchParameters::bindPlaceholders(const std::string& sql, const SqlDialect& dialect,
                                              char marker, std::string& text,
                                              std::vector<const BatchColumn*>& bound) const {
-    const std::string_view view(sql);
-    text.clear();
-    text.reserve(sql.size() + 8);
     bound.clear();
-    std::size_t copied = 0;
-    SqlLexer lexer(view, dialect);
-    for (SqlLexer::Token token = lexer.next(); token.kind != SqlLexer::Kind::End;
-         token = lexer.next()) {
-        if (token.kind != SqlLexer::Kind::Placeholder) {
-            continue;
-        }
-        const std::string_view key = view.substr(token.begin + 1, token.end - token.begin - 2);
-        const BatchColumn* column = find(key);
-        if (column == nullptr) {
-            return ExecResult::failure(errc::kUnknownPlaceholder,
-                                       "placeholder {" + std::string(key) + "} names no column");
-        }
-        auto slot = std::find(bound.begin(), bound.end(), column);
-        if (slot == bound.end()) {
-            bound.push_back(column);
-            slot = bound.end() - 1;
-        }
-        text.append(view.substr(copied, token.begin - copied));
-        text.push_back(marker);
-        text.append(std::to_string(slot - bound.begin() + 1));
-        copied = token.end;
-    }
-    text.append(view.substr(copied));
-    return {};
+    return rewritePlaceholders(
+        sql, dialect, marker, PlaceholderRule::Batch,
+        [this, &bound](std::string_view key, ExecResult& status) -> std::size_t {
+            const BatchColumn* column = find(key);
+            if (column == nullptr) {
+                status =
+                    ExecResult::failure(errc::kUnknownPlaceholder,
+                                        "placeholder {" + std::string(key) + "} names no column");
+                return 0;
+            }
+            auto slot = std::find(bound.begin(), bound.end(), column);
+            if (slot == bound.end()) {
+                bound.push_back(column);
+                slot = bound.end() - 1;
+            }
+            return static_cast<std::size_t>(slot - bound.begin()) + 1;
+        },
+        text);
 }
 
 ExecResult batchColumnEnded() {

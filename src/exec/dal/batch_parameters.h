@@ -22,9 +22,12 @@ struct BatchColumn {
     std::uint32_t elementCode = 0;  // platform::typecode::kString, kInt64, ...
 };
 
+// The element code of a NULL value (a bound statement's; batches have none).
+inline constexpr std::uint32_t kNullValue = 0;
+
 // One value of a batch row: its column's element code and the element.
 struct BatchValue {
-    std::uint32_t code = 0;  // platform::typecode::kString, kInt64, ...
+    std::uint32_t code = 0;  // platform::typecode::kString, kInt64, ..., kNullValue
     const void* element = nullptr;
 
     template <typename T>

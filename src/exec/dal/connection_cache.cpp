@@ -1,9 +1,11 @@
 #include "exec/dal/connection_cache.h"
 
 #include <pthread.h>
+#include <time.h>
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <mutex>
@@ -16,7 +18,22 @@
 namespace vorn::dal {
 namespace {
 
-using Clock = std::chrono::steady_clock;
+// Idle times need no more than millisecond precision, and the coarse
+// monotonic clock is a memory read where the precise one may take far longer:
+// every call reads it.
+struct CoarseClock {
+    using duration = std::chrono::nanoseconds;
+    using rep = duration::rep;
+    using period = duration::period;
+    using time_point = std::chrono::time_point<CoarseClock>;
+
+    static time_point now() noexcept {
+        timespec ts{};
+        ::clock_gettime(CLOCK_MONOTONIC_COARSE, &ts);
+        return time_point(std::chrono::seconds(ts.tv_sec) + std::chrono::nanoseconds(ts.tv_nsec));
+    }
+};
+using Clock = CoarseClock;
 
 constexpr std::chrono::milliseconds kDefaultIdleTimeout = std::chrono::minutes(10);
 // The automatic sweep runs at most this often, and at least every idle time.

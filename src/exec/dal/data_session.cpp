@@ -44,6 +44,14 @@ struct DataSession::Impl {
         return hadResult;
     }
 
+    // The outcome of a read that has just run.
+    ExecResult opened(ExecResult status) {
+        if (status.ok()) {
+            result = cursor ? Result::Open : Result::Ended;
+        }
+        return status;
+    }
+
     void endResult() {
         leaveIfInherited();
         cursor.reset();
@@ -91,11 +99,7 @@ ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind
     if (kind != SqlKind::Read) {
         return m_impl->connection->execute(sql);
     }
-    status = m_impl->connection->query(sql, m_impl->cursor);
-    if (status.ok()) {
-        m_impl->result = m_impl->cursor ? Impl::Result::Open : Impl::Result::Ended;
-    }
-    return status;
+    return m_impl->opened(m_impl->connection->query(sql, m_impl->cursor));
 }
 
 ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind,
@@ -119,6 +123,23 @@ ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind
         status.setRows(batch.rows());
     }
     return status;
+}
+
+ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind,
+                                const std::string& sql, const BoundParameters& parameters) {
+    m_impl->endResult();
+    if (kind == SqlKind::Batch) {
+        return ExecResult::failure(errc::kBadParameters,
+                                   "bound values make one statement, not a batch");
+    }
+    ExecResult status = m_impl->connect();
+    if (!status.ok()) {
+        return status;
+    }
+    if (kind != SqlKind::Read) {
+        return m_impl->connection->executeBound(sql, parameters);
+    }
+    return m_impl->opened(m_impl->connection->queryBound(sql, parameters, m_impl->cursor));
 }
 
 bool DataSession::fetchRow(ExecResult& status, const TypedRef& rowTarget, int /*maxRows*/) {

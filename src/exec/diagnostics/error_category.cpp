@@ -177,7 +177,11 @@ Classified classifyAdapter(std::uint64_t code) {
             sqlstate = "07006";
             break;
         case platform::errc::kUnknownPlaceholder:
+        case platform::errc::kUnusedParameter:
             sqlstate = "07001";
+            break;
+        case platform::errc::kMalformedPlaceholder:
+            sqlstate = "42601";
             break;
         case platform::errc::kNoResult:
         case platform::errc::kInheritedResult:

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "exec/dal/postgresql/bound_values.h"
 #include "exec/dal/postgresql/cursor.h"
 #include "exec/dal/postgresql/errors.h"
 #include "exec/dal/postgresql/statement_kind.h"
@@ -93,6 +94,17 @@ ExecResult PgConnection::rollback() {
 }
 
 ExecResult PgConnection::execute(const std::string& sql) {
+    return write(sql, PgParams{});
+}
+
+ExecResult PgConnection::executeBound(const std::string& sql,
+                                      const platform::BoundParameters& parameters) {
+    PgBoundValues bound;
+    ExecResult status = bound.prepare(sql, parameters);
+    return status.ok() ? write(bound.text(), bound.params()) : status;
+}
+
+ExecResult PgConnection::write(const std::string& sql, const PgParams& params) {
     ExecResult status = refusal(sql);
     if (!status.ok()) {
         return status;
@@ -102,7 +114,7 @@ ExecResult PgConnection::execute(const std::string& sql) {
         return status;
     }
     PgResult result;
-    status = m_link->runOne(m_link->statementScope(sql), sql, &result);
+    status = m_link->runOne(m_link->statementScope(sql), sql, &result, params);
     if (status.ok() && result) {
         status.setRows(std::strtoull(PQcmdTuples(result.get()), nullptr, 10));
     }
@@ -110,6 +122,20 @@ ExecResult PgConnection::execute(const std::string& sql) {
 }
 
 ExecResult PgConnection::query(const std::string& sql, std::unique_ptr<Cursor>& cursor) {
+    return read(sql, PgParams{}, cursor);
+}
+
+ExecResult PgConnection::queryBound(const std::string& sql,
+                                    const platform::BoundParameters& parameters,
+                                    std::unique_ptr<Cursor>& cursor) {
+    cursor.reset();
+    PgBoundValues bound;
+    ExecResult status = bound.prepare(sql, parameters);
+    return status.ok() ? read(bound.text(), bound.params(), cursor) : status;
+}
+
+ExecResult PgConnection::read(const std::string& sql, const PgParams& params,
+                              std::unique_ptr<Cursor>& cursor) {
     cursor.reset();
     ExecResult status = refusal(sql);
     if (!status.ok()) {
@@ -120,20 +146,21 @@ ExecResult PgConnection::query(const std::string& sql, std::unique_ptr<Cursor>& 
     m_link->settle();
     const bool retryable = !m_link->broken() && !m_link->callerTransactionOpen() &&
                            classifyPgStatement(sql) == PgStatementKind::CursorQuery;
-    status = openRead(sql, cursor);
+    status = openRead(sql, params, cursor);
     if (status.ok() || !retryable || !m_link->broken() || !reconnect()) {
         return status;
     }
     platform::Logger::info({"PgConnection", "query", __LINE__},
                            "the connection to the PostgreSQL server was lost before the read "
                            "returned a row; the read runs again on a new connection");
-    return openRead(sql, cursor);
+    return openRead(sql, params, cursor);
 }
 
-ExecResult PgConnection::openRead(const std::string& sql, std::unique_ptr<Cursor>& cursor) {
+ExecResult PgConnection::openRead(const std::string& sql, const PgParams& params,
+                                  std::unique_ptr<Cursor>& cursor) {
     PgCursorSlot slot;
     PgChunk first;
-    ExecResult status = m_reads->open(sql, slot, first);
+    ExecResult status = m_reads->open(sql, slot, first, params);
     if (status.ok()) {
         cursor = std::make_unique<PgCursor>(m_reads, std::move(slot), std::move(first));
     }

@@ -42,6 +42,13 @@ class PgConnection final : public Connection {
     platform::ExecResult rollback() override;
     platform::ExecResult execute(const std::string& sql) override;
     platform::ExecResult query(const std::string& sql, std::unique_ptr<Cursor>& cursor) override;
+    // A bound statement goes out as one unnamed statement with its values
+    // as parameters (PgBoundValues): nothing of it stays on the server.
+    platform::ExecResult executeBound(const std::string& sql,
+                                      const platform::BoundParameters& parameters) override;
+    platform::ExecResult queryBound(const std::string& sql,
+                                    const platform::BoundParameters& parameters,
+                                    std::unique_ptr<Cursor>& cursor) override;
     platform::ExecResult executeBatch(const std::string& sql,
                                       const BatchParameters& parameters) override;
     bool usable() const override { return !m_link->broken(); }
@@ -55,7 +62,11 @@ class PgConnection final : public Connection {
           m_batchWriter(std::in_place, *m_link) {}
 
     platform::ExecResult control(const char* sql, PgResult* kept = nullptr);
-    platform::ExecResult openRead(const std::string& sql, std::unique_ptr<Cursor>& cursor);
+    platform::ExecResult write(const std::string& sql, const PgParams& params);
+    platform::ExecResult read(const std::string& sql, const PgParams& params,
+                              std::unique_ptr<Cursor>& cursor);
+    platform::ExecResult openRead(const std::string& sql, const PgParams& params,
+                                  std::unique_ptr<Cursor>& cursor);
     // Moves to a new connection; the cursors of reads still open keep the
     // lost one, and fail on it. False (nothing changed) when connecting fails.
     bool reconnect();

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "exec/dal/postgresql/connect.h"
 #include "exec/dal/postgresql/copy_stream.h"
 #include "exec/dal/postgresql/errors.h"
 #include "exec/dal/postgresql/pipeline.h"
@@ -46,20 +47,8 @@ PgLink::~PgLink() {
 
 std::shared_ptr<PgLink> PgLink::open(const PgSettings& settings, std::vector<std::string> secrets,
                                      ExecResult& status) {
-    std::vector<const char*> keywords;
-    std::vector<const char*> values;
-    settings.connectParameters(keywords, values);
-    PGconn* conn = PQconnectdbParams(keywords.data(), values.data(), 1);
+    PGconn* conn = pgConnect(settings, secrets, status);
     if (conn == nullptr) {
-        status = pgFailure(pgstate::kCannotConnect, "cannot connect to PostgreSQL: out of memory");
-        return nullptr;
-    }
-    if (PQstatus(conn) != CONNECTION_OK) {
-        status =
-            pgFailure(pgstate::kCannotConnect,
-                      "cannot connect to PostgreSQL: " +
-                          platform::SecretMask::mask(pgOneLine(PQerrorMessage(conn)), secrets));
-        PQfinish(conn);
         return nullptr;
     }
     PQsetNoticeReceiver(conn, &traceNotice, nullptr);
@@ -178,12 +167,14 @@ ExecResult PgLink::runUnit(Scope scopeKind, const PgFill& fill, const PgCollect&
     return filled;
 }
 
-ExecResult PgLink::runOne(Scope scope, const std::string& sql, PgResult* kept) {
+ExecResult PgLink::runOne(Scope scope, const std::string& sql, PgResult* kept,
+                          const PgParams& params) {
     std::size_t index = 0;
     return runUnit(
         scope,
         [&](PgPipeline& p) {
-            index = p.query(sql, 0, nullptr, nullptr, nullptr, kept != nullptr);
+            index =
+                p.query(sql, params.count, nullptr, params.values, params.lengths, kept != nullptr);
             return ExecResult();
         },
         [&](PgPipeline& p) {

@@ -18,6 +18,13 @@ namespace vorn::dal {
 class PgCopyStream;
 class PgPipeline;
 
+// The text parameters of one command ($1, $2, ...); a null value is NULL.
+struct PgParams {
+    int count = 0;
+    const char* const* values = nullptr;
+    const int* lengths = nullptr;
+};
+
 // Queues the commands of a unit; a failure makes runUnit undo the unit and
 // return it.
 using PgFill = std::function<platform::ExecResult(PgPipeline&)>;
@@ -86,8 +93,10 @@ class PgLink {
     // statement, for the error.
     platform::ExecResult runUnit(Scope scope, const PgFill& fill, const PgCollect& collect,
                                  std::string_view sql);
-    // runUnit of one command; kept, when given, receives its result.
-    platform::ExecResult runOne(Scope scope, const std::string& sql, PgResult* kept = nullptr);
+    // runUnit of one command, with params bound to its $n; kept, when
+    // given, receives its result.
+    platform::ExecResult runOne(Scope scope, const std::string& sql, PgResult* kept = nullptr,
+                                const PgParams& params = {});
     // Runs copySql (COPY ... FROM STDIN) with the rows feed() writes, inside a
     // savepoint when the caller's transaction is open (a COPY is atomic by
     // itself otherwise). sql is the caller's statement, for the error.

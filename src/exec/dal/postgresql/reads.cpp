@@ -20,29 +20,39 @@ std::string fetchCommand(int rows, const std::string& cursor) {
 
 }  // namespace
 
-ExecResult PgReads::open(const std::string& sql, PgCursorSlot& slot, PgChunk& first) {
-    return classifyPgStatement(sql) == PgStatementKind::CursorQuery ? openCursor(sql, slot, first)
-                                                                    : readWhole(sql, first);
+ExecResult PgReads::open(const std::string& sql, PgCursorSlot& slot, PgChunk& first,
+                         const PgParams& params) {
+    // Behind a transaction pooler a cursor outside the caller's transaction
+    // would outlive the read transaction on a server connection the pooler
+    // hands to others.
+    const bool cursor =
+        classifyPgStatement(sql) == PgStatementKind::CursorQuery &&
+        !(m_link->settings().transactionPooling && !m_link->callerTransactionOpen());
+    return cursor ? openCursor(sql, slot, first, params) : readWhole(sql, first, params);
 }
 
 // Read whole, as the write it may well be.
-ExecResult PgReads::readWhole(const std::string& sql, PgChunk& first) {
+ExecResult PgReads::readWhole(const std::string& sql, PgChunk& first, const PgParams& params) {
     ExecResult status = release();
     if (!status.ok()) {
         return status;
     }
     first.requested = 0;
-    return m_link->runOne(m_link->statementScope(sql), sql, &first.result);
+    return m_link->runOne(m_link->statementScope(sql), sql, &first.result, params);
 }
 
-ExecResult PgReads::openCursor(const std::string& sql, PgCursorSlot& slot, PgChunk& first) {
+ExecResult PgReads::openCursor(const std::string& sql, PgCursorSlot& slot, PgChunk& first,
+                               const PgParams& params) {
     if (m_link->broken()) {
         return m_link->lostFailure();
     }
     settle();
     slot.name = "vorn_cursor_" + std::to_string(++m_cursorCounter);
     const int rows = std::min(kFirstFetchRows, m_link->settings().maxFetchRows);
-    const std::string declare = "DECLARE " + slot.name + " NO SCROLL CURSOR WITH HOLD FOR " + sql;
+    // Behind a transaction pooler the cursor ends with the caller's
+    // transaction; a read still open then fails at its next fetch.
+    const char* const hold = m_link->settings().transactionPooling ? "" : " WITH HOLD";
+    const std::string declare = "DECLARE " + slot.name + " NO SCROLL CURSOR" + hold + " FOR " + sql;
     const bool inReadTransaction = m_link->ownTransactionOpen();
     const bool startsReadTransaction =
         !inReadTransaction && m_link->transactionStatus() == PQTRANS_IDLE;
@@ -58,7 +68,7 @@ ExecResult PgReads::openCursor(const std::string& sql, PgCursorSlot& slot, PgChu
             if (startsReadTransaction) {
                 p.query("BEGIN");
             }
-            p.query(declare);
+            p.query(declare, params.count, nullptr, params.values, params.lengths);
             index = p.query(fetchCommand(rows, slot.name), 0, nullptr, nullptr, nullptr, true);
             return ExecResult();
         },
@@ -127,7 +137,11 @@ void PgReads::close(const PgCursorSlot& slot) {
     const std::string sql = "CLOSE " + slot.name;
     switch (m_link->transactionStatus()) {
         case PQTRANS_IDLE:
-            m_link->sendAhead(sql, "");
+            // Behind a transaction pooler the cursor ended with its
+            // transaction, and the server connection may be another's now.
+            if (!m_link->settings().transactionPooling) {
+                m_link->sendAhead(sql, "");
+            }
             return;
         case PQTRANS_INTRANS:
             // Guarded whatever the setting: closing a cursor that a rollback

@@ -36,6 +36,12 @@ struct PgCursorSlot {
 //     the read; the open cursors survive, the server keeping their rows.
 // Statements a cursor cannot run (data-changing WITH, SELECT ... INTO, row
 // locks FOR UPDATE/SHARE, INSERT ... RETURNING, SHOW, ...) are read whole.
+//
+// Behind a transaction pooler (vorn_pool_mode=transaction) nothing may
+// outlive a transaction on the server connection: reads outside the caller's
+// transaction are read whole, in one round trip (client memory grows with the
+// result), and a cursor inside it is declared without HOLD, so it ends with
+// the transaction.
 class PgReads {
   public:
     explicit PgReads(std::shared_ptr<PgLink> link) noexcept : m_link(std::move(link)) {}
@@ -43,7 +49,9 @@ class PgReads {
     // Runs sql as a read; on success slot names its server cursor (empty for
     // a result read whole) and first holds the first chunk of rows, for a
     // PgCursor to take over.
-    platform::ExecResult open(const std::string& sql, PgCursorSlot& slot, PgChunk& first);
+    // params are bound to the $n of sql.
+    platform::ExecResult open(const std::string& sql, PgCursorSlot& slot, PgChunk& first,
+                              const PgParams& params = {});
     // For PgCursor: the chunk of rows after chunk (replacing it), and the end
     // of a cursor.
     platform::ExecResult fetch(const PgCursorSlot& slot, PgChunk& chunk);
@@ -54,8 +62,9 @@ class PgReads {
     platform::ExecResult release();
 
   private:
-    platform::ExecResult readWhole(const std::string& sql, PgChunk& first);
-    platform::ExecResult openCursor(const std::string& sql, PgCursorSlot& slot, PgChunk& first);
+    platform::ExecResult readWhole(const std::string& sql, PgChunk& first, const PgParams& params);
+    platform::ExecResult openCursor(const std::string& sql, PgCursorSlot& slot, PgChunk& first,
+                                    const PgParams& params);
     void settle();
     bool fetchGuard(const PgCursorSlot& slot) const;
     void fetchAhead(const PgCursorSlot& slot, const PgChunk& chunk);

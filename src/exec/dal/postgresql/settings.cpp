@@ -46,6 +46,15 @@ bool applyOwnOption(std::string_view key, std::string_view value, PgSettings& ou
         }
         return true;
     }
+    if (equalsIgnoreCase(key, "vorn_pool_mode")) {
+        const bool session = equalsIgnoreCase(value, "session");
+        if (!session && !equalsIgnoreCase(value, "transaction")) {
+            problem = "vorn_pool_mode must be session or transaction";
+            return false;
+        }
+        out.transactionPooling = !session;
+        return true;
+    }
     if (equalsIgnoreCase(key, "vorn_fetch_rows")) {
         int rows = 0;
         const auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), rows);
@@ -92,6 +101,40 @@ bool validPorts(std::string_view ports) {
     return true;
 }
 
+// A whole number of seconds from a connect_timeout value, or fallback.
+int timeoutSeconds(const char* value, int fallback) {
+    int seconds = 0;
+    if (value == nullptr) {
+        return fallback;
+    }
+    const char* end = value + std::strlen(value);
+    const auto [last, ec] = std::from_chars(value, end, seconds);
+    return ec == std::errc() && last == end && seconds > 0 ? seconds : fallback;
+}
+
+// Reads what the parsed URL tells beyond its text: whether its ports are
+// valid, whether it names several servers, its connect timeout.
+bool inspect(const PQconninfoOption* options, PgSettings& out) {
+    bool portsValid = true;
+    out.connectTimeoutSeconds = timeoutSeconds(std::getenv("PGCONNECT_TIMEOUT"), 10);
+    for (const PQconninfoOption* option = options; option->keyword != nullptr; ++option) {
+        if (option->val == nullptr) {
+            continue;
+        }
+        const std::string_view keyword = option->keyword;
+        if (keyword == "port") {
+            portsValid = validPorts(option->val);
+        } else if (keyword == "connect_timeout") {
+            out.connectTimeoutSeconds = timeoutSeconds(option->val, out.connectTimeoutSeconds);
+        } else if (keyword == "target_session_attrs") {
+            out.severalServers = out.severalServers || !equalsIgnoreCase(option->val, "any");
+        } else if (keyword == "host" || keyword == "hostaddr") {
+            out.severalServers = out.severalServers || std::strchr(option->val, ',') != nullptr;
+        }
+    }
+    return portsValid;
+}
+
 }  // namespace
 
 bool PgSettings::parse(const std::string& url, PgSettings& out, std::string& problem) {
@@ -132,12 +175,7 @@ bool PgSettings::parse(const std::string& url, PgSettings& out, std::string& pro
             platform::SecretMask::mask(trimBlanks(reason), platform::SecretMask::valuesIn(url));
         return false;
     }
-    bool portsValid = true;
-    for (const PQconninfoOption* option = options; option->keyword != nullptr; ++option) {
-        if (std::strcmp(option->keyword, "port") == 0 && option->val != nullptr) {
-            portsValid = validPorts(option->val);
-        }
-    }
+    const bool portsValid = inspect(options, out);
     PQconninfoFree(options);
     if (!portsValid) {
         // libpq would only find this at connect time.

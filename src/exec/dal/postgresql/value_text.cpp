@@ -40,7 +40,7 @@ platform::ExecResult pgValueText(const BatchValue& value, bool realTarget,
             text = value.text();
             if (text.find('\0') != std::string_view::npos) {
                 return pgFailure("22021",
-                                 "a batch text holds a NUL byte, which PostgreSQL text cannot "
+                                 "a text value holds a NUL byte, which PostgreSQL text cannot "
                                  "store");
             }
             break;

@@ -6,32 +6,11 @@
 #include "exec/dal/batch_parameters.h"
 #include "exec/dal/sqlite/statement.h"
 #include "exec/dal/transaction_scope.h"
-#include "vorn/platform/type_registry.h"
 
 namespace vorn::dal {
 namespace {
 
 using platform::ExecResult;
-namespace typecode = platform::typecode;
-
-int bindValue(sqlite3_stmt* stmt, int index, const BatchValue& value) {
-    switch (value.code) {
-        case typecode::kString:
-            return sqlite3_bind_text64(stmt, index, value.text().data(), value.text().size(),
-                                       SQLITE_STATIC, SQLITE_UTF8);
-        case typecode::kInt64:
-            return sqlite3_bind_int64(stmt, index, value.as<std::int64_t>());
-        case typecode::kUInt64:
-            return sqlite3_bind_int64(stmt, index,
-                                      static_cast<sqlite3_int64>(value.as<std::uint64_t>()));
-        case typecode::kFloat:
-            return sqlite3_bind_double(stmt, index, static_cast<double>(value.as<float>()));
-        case typecode::kDouble:
-            return sqlite3_bind_double(stmt, index, value.as<double>());
-        default:
-            return SQLITE_MISMATCH;
-    }
-}
 
 // Steps the bound statement to its end and readies it for the next row.
 ExecResult stepRow(sqlite3* db, sqlite3_stmt* stmt) {
@@ -73,7 +52,7 @@ ExecResult runSqliteBatch(sqlite3* db, const std::string& sql, const BatchParame
         status = parameters.forEachRow(
             bound,
             [s](std::size_t parameter, const BatchValue& value) {
-                const int rc = bindValue(s, static_cast<int>(parameter + 1), value);
+                const int rc = sqliteBind(s, static_cast<int>(parameter + 1), value);
                 return rc == SQLITE_OK ? ExecResult()
                                        : ExecResult::failure(static_cast<std::uint64_t>(rc),
                                                              sqlite3_errstr(rc));

@@ -155,6 +155,21 @@ sqlite3* SqliteConnection::readHandleFor(const std::string& sql) {
     return reader != nullptr ? reader : m_db;
 }
 
+// Steps stmt to its end; status gets the rows it changed.
+ExecResult SqliteConnection::runToEnd(sqlite3_stmt* stmt) {
+    const sqlite3_int64 changedBefore = sqlite3_total_changes64(m_db);
+    int rc = SQLITE_ROW;
+    while (rc == SQLITE_ROW) {
+        rc = sqlite3_step(stmt);
+    }
+    if (rc != SQLITE_DONE) {
+        return sqliteFailure(m_db);
+    }
+    ExecResult status;
+    status.setRows(static_cast<std::uint64_t>(sqlite3_total_changes64(m_db) - changedBefore));
+    return status;
+}
+
 ExecResult SqliteConnection::execute(const std::string& sql) {
     noteLocalSchema(sql);
     SqliteStatement stmt;
@@ -162,15 +177,23 @@ ExecResult SqliteConnection::execute(const std::string& sql) {
     if (!status.ok() || stmt.get() == nullptr) {
         return status;
     }
-    const sqlite3_int64 changedBefore = sqlite3_total_changes64(m_db);
-    int rc = SQLITE_ROW;
-    while (rc == SQLITE_ROW) {
-        rc = sqlite3_step(stmt.get());
+    return runToEnd(stmt.get());
+}
+
+ExecResult SqliteConnection::executeBound(const std::string& sql,
+                                          const platform::BoundParameters& parameters) {
+    std::unique_ptr<SqlitePrepared> prepared;
+    ExecResult status = m_statements->take(m_db, sql, prepared);
+    if (status.ok() && !prepared->ranBefore) {
+        noteLocalSchema(sql);
     }
-    if (rc != SQLITE_DONE) {
-        return sqliteFailure(m_db);
+    if (status.ok() && prepared->stmt.get() != nullptr) {
+        status = prepared->bind(parameters, false);
+        if (status.ok()) {
+            status = runToEnd(prepared->stmt.get());
+        }
     }
-    status.setRows(static_cast<std::uint64_t>(sqlite3_total_changes64(m_db) - changedBefore));
+    m_statements->give(std::move(prepared));
     return status;
 }
 
@@ -196,6 +219,38 @@ ExecResult SqliteConnection::query(const std::string& sql, std::unique_ptr<Curso
     } else if (rc != SQLITE_DONE) {
         return sqliteFailure(db);
     }
+    return status;
+}
+
+ExecResult SqliteConnection::queryBound(const std::string& sql,
+                                        const platform::BoundParameters& parameters,
+                                        std::unique_ptr<Cursor>& cursor) {
+    cursor.reset();
+    noteLocalSchema(sql);
+    sqlite3* db = readHandleFor(sql);
+    std::unique_ptr<SqlitePrepared> prepared;
+    ExecResult status = m_statements->take(db, sql, prepared);
+    if (db != m_db && (!status.ok() || sqlite3_stmt_readonly(prepared->stmt.get()) == 0)) {
+        m_statements->give(std::move(prepared));
+        db = m_db;
+        status = m_statements->take(db, sql, prepared);
+    }
+    if (status.ok() && prepared->stmt.get() != nullptr) {
+        status = prepared->bind(parameters, true);
+    }
+    if (!status.ok() || prepared->stmt.get() == nullptr) {
+        m_statements->give(std::move(prepared));
+        return status;
+    }
+    const int rc = sqlite3_step(prepared->stmt.get());
+    if (rc == SQLITE_ROW) {
+        cursor = std::make_unique<SqliteCursor>(std::move(prepared), m_statements);
+        return status;
+    }
+    if (rc != SQLITE_DONE) {
+        status = sqliteFailure(db);
+    }
+    m_statements->give(std::move(prepared));
     return status;
 }
 

@@ -9,6 +9,7 @@
 #include "exec/dal/sqlite/busy_wait.h"
 #include "exec/dal/sqlite/read_handles.h"
 #include "exec/dal/sqlite/settings.h"
+#include "exec/dal/sqlite/statement_cache.h"
 
 namespace vorn::dal {
 
@@ -41,6 +42,13 @@ class SqliteConnection final : public Connection {
     platform::ExecResult rollback() override;
     platform::ExecResult execute(const std::string& sql) override;
     platform::ExecResult query(const std::string& sql, std::unique_ptr<Cursor>& cursor) override;
+    // Bound statements keep their prepared form per handle
+    // (SqliteStatementCache).
+    platform::ExecResult executeBound(const std::string& sql,
+                                      const platform::BoundParameters& parameters) override;
+    platform::ExecResult queryBound(const std::string& sql,
+                                    const platform::BoundParameters& parameters,
+                                    std::unique_ptr<Cursor>& cursor) override;
     // See runSqliteBatch.
     platform::ExecResult executeBatch(const std::string& sql,
                                       const BatchParameters& parameters) override;
@@ -54,12 +62,16 @@ class SqliteConnection final : public Connection {
     sqlite3* readHandleFor(const std::string& sql);
     // Notes a temporary table or attached file, which only m_db knows.
     void noteLocalSchema(const std::string& sql);
+    platform::ExecResult runToEnd(sqlite3_stmt* stmt);
 
     sqlite3* m_db;
     bool m_readOnly;
     BusyWait m_busyWait;
     std::unique_ptr<SqliteReadHandles> m_readers;  // null: every read on m_db
-    bool m_localSchema = false;                    // once set, reads stay on m_db
+    // Shared with the cursors of open bound reads, which give their
+    // statements back.
+    std::shared_ptr<SqliteStatementCache> m_statements = std::make_shared<SqliteStatementCache>();
+    bool m_localSchema = false;  // once set, reads stay on m_db
 };
 
 }  // namespace vorn::dal

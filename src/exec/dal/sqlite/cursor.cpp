@@ -56,19 +56,30 @@ void readField(sqlite3_stmt* stmt, int column, platform::FieldValue& field) {
 
 }  // namespace
 
+SqliteCursor::SqliteCursor(SqliteStatement stmt) : m_prepared(std::make_unique<SqlitePrepared>()) {
+    m_prepared->stmt = std::move(stmt);
+}
+
+void SqliteCursor::end() noexcept {
+    if (const std::shared_ptr<SqliteStatementCache> home = m_home.lock()) {
+        home->give(std::move(m_prepared));
+    }
+    m_prepared.reset();
+}
+
 bool SqliteCursor::fetch(platform::Row& row, platform::ExecResult& status) {
     status = platform::ExecResult();
-    sqlite3_stmt* stmt = m_stmt.get();
-    if (stmt == nullptr) {
+    if (!m_prepared) {
         return false;
     }
+    sqlite3_stmt* stmt = m_prepared->stmt.get();
     if (!m_rowPending) {
         const int rc = sqlite3_step(stmt);
         if (rc != SQLITE_ROW) {
             if (rc != SQLITE_DONE) {
                 status = sqliteFailure(sqlite3_db_handle(stmt));
             }
-            m_stmt = SqliteStatement();  // ends the read at once
+            end();
             return false;
         }
     }

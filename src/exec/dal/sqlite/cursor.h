@@ -2,8 +2,11 @@
 
 #include <sqlite3.h>
 
+#include <memory>
+
 #include "exec/dal/backend.h"
 #include "exec/dal/sqlite/statement.h"
+#include "exec/dal/sqlite/statement_cache.h"
 
 namespace vorn::dal {
 
@@ -17,13 +20,26 @@ namespace vorn::dal {
 // bytes as they are.
 class SqliteCursor final : public Cursor {
   public:
-    // stmt has just returned SQLITE_ROW from its first step.
-    explicit SqliteCursor(SqliteStatement stmt) noexcept : m_stmt(std::move(stmt)) {}
+    // stmt has just returned SQLITE_ROW from its first step; it is finalized
+    // when the rows end.
+    explicit SqliteCursor(SqliteStatement stmt);
+    // The same for a bound statement's prepared form, given back to home (if
+    // it is still there) when the rows end.
+    SqliteCursor(std::unique_ptr<SqlitePrepared> prepared,
+                 std::weak_ptr<SqliteStatementCache> home) noexcept
+        : m_prepared(std::move(prepared)), m_home(std::move(home)) {}
+    ~SqliteCursor() override { end(); }
+    SqliteCursor(const SqliteCursor&) = delete;
+    SqliteCursor& operator=(const SqliteCursor&) = delete;
 
     bool fetch(platform::Row& row, platform::ExecResult& status) override;
 
   private:
-    SqliteStatement m_stmt;
+    // Ends the read at once: the statement is finalized or given back.
+    void end() noexcept;
+
+    std::unique_ptr<SqlitePrepared> m_prepared;  // null once the rows ended
+    std::weak_ptr<SqliteStatementCache> m_home;
     bool m_rowPending = true;  // the current row has not been handed out yet
 };
 

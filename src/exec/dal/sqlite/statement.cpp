@@ -1,10 +1,12 @@
 #include "exec/dal/sqlite/statement.h"
 
 #include <climits>
+#include <cstdint>
 #include <string_view>
 
 #include "exec/dal/backend.h"
 #include "vorn/platform/error_codes.h"
+#include "vorn/platform/type_registry.h"
 
 namespace vorn::dal {
 
@@ -53,6 +55,29 @@ ExecResult SqliteStatement::prepare(sqlite3* db, const std::string& sql) {
         return secondStatementRefused();
     }
     return {};
+}
+
+int sqliteBind(sqlite3_stmt* stmt, int index, const BatchValue& value,
+               sqlite3_destructor_type textLifetime) {
+    namespace typecode = platform::typecode;
+    switch (value.code) {
+        case typecode::kString:
+            return sqlite3_bind_text64(stmt, index, value.text().data(), value.text().size(),
+                                       textLifetime, SQLITE_UTF8);
+        case typecode::kInt64:
+            return sqlite3_bind_int64(stmt, index, value.as<std::int64_t>());
+        case typecode::kUInt64:
+            return sqlite3_bind_int64(stmt, index,
+                                      static_cast<sqlite3_int64>(value.as<std::uint64_t>()));
+        case typecode::kFloat:
+            return sqlite3_bind_double(stmt, index, static_cast<double>(value.as<float>()));
+        case typecode::kDouble:
+            return sqlite3_bind_double(stmt, index, value.as<double>());
+        case kNullValue:
+            return sqlite3_bind_null(stmt, index);
+        default:
+            return SQLITE_MISMATCH;
+    }
 }
 
 ExecResult sqliteFailure(sqlite3* db) {

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "exec/dal/batch_parameters.h"
 #include "exec/dal/sql_lexer.h"
 #include "vorn/platform/data_access.h"
 
@@ -35,6 +36,13 @@ class SqliteStatement {
   private:
     sqlite3_stmt* m_stmt = nullptr;
 };
+
+// Binds one value (see BatchValue; kNullValue binds NULL) to parameter index.
+// A text is bound without a copy (SQLITE_STATIC), so it must outlive the
+// statement's steps, unless textLifetime is SQLITE_TRANSIENT. Returns
+// SQLite's result code.
+int sqliteBind(sqlite3_stmt* stmt, int index, const BatchValue& value,
+               sqlite3_destructor_type textLifetime = SQLITE_STATIC);
 
 // The connection's last error as a failed result: its extended result code and
 // sqlite3_errmsg as the detail.

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <libpq-fe.h>
+
+#include <string>
+#include <vector>
+
+#include "exec/dal/postgresql/settings.h"
+#include "vorn/platform/data_access.h"
+
+namespace vorn::dal {
+
+// Opens a libpq connection with settings; null with status set (SQLSTATE
+// 08001, secrets masked out of libpq's text) on failure. Where the server
+// that accepts the session can change (PgSettings::severalServers), a failed
+// attempt is tried again after a short pause, growing to 200 ms, until the
+// connect timeout has passed: a call made while a standby is being promoted
+// waits for it instead of failing. Success after retries is logged.
+PGconn* pgConnect(const PgSettings& settings, const std::vector<std::string>& secrets,
+                  platform::ExecResult& status);
+
+}  // namespace vorn::dal

@@ -1,0 +1,441 @@
+// Bound statements end to end: values travel beside the text on every store,
+// whatever they hold, and every text the store cannot bind safely is refused
+// before anything runs.
+#include "vorn/bound_statement.h"
+
+#include <gtest/gtest.h>
+
+#include <cfloat>
+#include <climits>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "log_capture.h"
+#include "store_fixture.h"
+#include "vorn/vorn.h"
+
+namespace vorn::test {
+namespace {
+
+using platform::LogLevel;
+namespace errc = platform::errc;
+
+// Runs a bound read through its own guard and reads every row as text.
+Rows readBound(const BoundStatement& statement, std::size_t columns,
+               unsigned long* code = nullptr) {
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    CVORNReader reader;
+    Rows rows;
+    const unsigned long result = db->execReadSQL(statement, reader);
+    if (code != nullptr) {
+        *code = result;
+    } else {
+        EXPECT_EQ(result, 0u) << statement.text();
+    }
+    while (result == 0 && reader.hasNextElement()) {
+        std::vector<std::string> row(columns);
+        for (auto& field : row) {
+            reader >> field;
+        }
+        rows.push_back(row);
+    }
+    return rows;
+}
+
+class BoundStatementTest : public StoreTest {
+  protected:
+    void SetUp() override {
+        StoreTest::SetUp();
+        if (IsSkipped()) {
+            return;
+        }
+        ASSERT_EQ(runWrite("create table kept(id integer primary key, name text)"), 0u);
+        ASSERT_EQ(runWrite("insert into kept values(1, 'a'), (2, 'b'), (3, 'c')"), 0u);
+    }
+
+    static Rows keptRows() { return runQuery("select id, name from kept order by id", 2); }
+    static Rows original() { return {{"1", "a"}, {"2", "b"}, {"3", "c"}}; }
+};
+
+TEST_F(BoundStatementTest, EveryValueTypeAndNullRoundTripExactly) {
+    ASSERT_EQ(runWrite("create table vals(id integer, t text, c text, b integer, s integer, "
+                       "i integer, l bigint, ll bigint, us integer, ui bigint, ul bigint, "
+                       "ull bigint, f double precision, d double precision, n text)"),
+              0u);
+    const std::string text = "it's \"quoted\" \\ {t} -- /* */ $1 ? :n \xe2\x82\xac";
+    BoundStatement insert(
+        "insert into vals values({id}, {t}, {c}, {b}, {s}, {i}, {l}, {ll}, {us}, {ui}, {ul}, "
+        "{ull}, {f}, {d}, {n})");
+    insert.bind("id", 1)
+        .bind("t", text)
+        .bind("c", 'x')
+        .bind("b", true)
+        .bind("s", static_cast<short>(SHRT_MIN))
+        .bind("i", INT_MIN)
+        .bind("l", LONG_MIN)
+        .bind("ll", LLONG_MAX)
+        .bind("us", static_cast<unsigned short>(USHRT_MAX))
+        .bind("ui", 3000000000U)
+        .bind("ul", ULONG_MAX)
+        .bind("ull", 9223372036854775808ULL)
+        .bind("f", 0.1F)
+        .bind("d", 4.9406564584124654e-324)
+        .bind("n", CVORNNull());
+    ASSERT_EQ(runStatement(insert), 0u);
+    ASSERT_EQ(runStatement(insert.bind("id", 2).bind("t", "second").bind("d", DBL_MAX)), 0u);
+
+    BoundStatement select(
+        "select t, c, b, s, i, l, ll, us, ui, ul, ull, f, d, n from vals "
+        "where id = {id}");
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    CVORNReader reader;
+    ASSERT_EQ(db->execReadSQL(select.bind("id", 1), reader), 0u);
+    std::string t, c, n = "unchanged";
+    int b = 0, i = 0;
+    short s = 0;
+    long l = 0, ll = 0;
+    unsigned short us = 0;
+    unsigned int ui = 0;
+    unsigned long ul = 0, ull = 0;
+    float f = 0;
+    double d = 0;
+    CVORNNull null;
+    reader >> t >> c >> b >> s >> i >> l >> ll >> us >> ui >> ul >> ull >> f >> d >> null >> n;
+    EXPECT_EQ(t, text);
+    EXPECT_EQ(c, "x");
+    EXPECT_EQ(b, 1);
+    EXPECT_EQ(s, SHRT_MIN);
+    EXPECT_EQ(i, INT_MIN);
+    EXPECT_EQ(l, LONG_MIN);
+    EXPECT_EQ(ll, LLONG_MAX);
+    EXPECT_EQ(us, USHRT_MAX);
+    EXPECT_EQ(ui, 3000000000U);  // not the inserter's signed rendering
+    EXPECT_EQ(ul, ULONG_MAX);    // stored as -1, the same 64 bits
+    EXPECT_EQ(ull, 9223372036854775808ULL);
+    EXPECT_EQ(f, 0.1F);
+    EXPECT_EQ(d, 4.9406564584124654e-324);
+    EXPECT_TRUE(null);
+    EXPECT_EQ(n, "");
+    EXPECT_FALSE(reader.hasNextElement());
+
+    EXPECT_EQ(readBound(select.bind("id", 2), 14)[0][12], "1.7976931348623157e+308");
+}
+
+// Texts that would end a literal, start a comment or look like a placeholder
+// are stored and found as they are; each read finds exactly its own row.
+TEST_F(BoundStatementTest, HostileTextsStayData) {
+    const std::vector<std::string> hostile = {
+        "O'Reilly",
+        "a''b",
+        "x'); DROP TABLE kept; --",
+        "' or '1'='1",
+        "\\'; delete from kept; --",
+        "back\\slash\\",
+        "{name}",
+        "{",
+        "}{",
+        "/* not a comment */",
+        "-- not a comment",
+        "$1 $$ $tag$",
+        "? ?1 :name @name",
+        "line\nbreak\ttab\r",
+        "\xe2\x82\xac \xf0\x9f\x98\x80",
+    };
+    BoundStatement insert("insert into kept(id, name) values({id}, {name})");
+    BoundStatement find("select id from kept where name = {name}");
+    long id = 100;
+    for (const std::string& text : hostile) {
+        SCOPED_TRACE(text);
+        ASSERT_EQ(runStatement(insert.bind("id", ++id).bind("name", text)), 0u);
+        EXPECT_EQ(readBound(find.bind("name", text), 1), (Rows{{std::to_string(id)}}));
+    }
+    Rows expected = original();
+    id = 100;
+    for (const std::string& text : hostile) {
+        expected.push_back({std::to_string(++id), text});
+    }
+    EXPECT_EQ(keptRows(), expected);
+}
+
+// == on a builder doubles only the first quote of a text, so the rest of this
+// value becomes SQL and matches every row; bound, it is one name among others.
+TEST_F(BoundStatementTest, AValueThatEscapesABuildersEqualityStaysData) {
+    const std::string value = "a'b' or '1'='1";
+    CVORNSelector selector;
+    selector.table("kept");
+    selector.select("id");
+    selector.where(CVORNTable("kept")["name"] == value);
+    EXPECT_EQ(selectedIds(selector).size(), 3u) << selector.toString();
+
+    BoundStatement find("select id from kept where kept.name = {name}");
+    EXPECT_EQ(readBound(find.bind("name", value), 1), Rows{});
+    ASSERT_EQ(runStatement(BoundStatement("insert into kept values({id}, {name})")
+                               .bind("id", 4)
+                               .bind("name", value)),
+              0u);
+    EXPECT_EQ(readBound(find, 1), (Rows{{"4"}}));
+}
+
+// A NUL byte and bytes that are not UTF-8: SQLite keeps them; PostgreSQL text
+// cannot hold them, and the call says so with SQLSTATE 22021.
+TEST_F(BoundStatementTest, BytesATextColumnMayNotHold) {
+    const std::vector<std::string> texts = {std::string("nul\0byte", 8), "not utf-8: \xff\xfe\xc3"};
+    BoundStatement insert("insert into kept values({id}, {name})");
+    BoundStatement find("select name from kept where id = {id}");
+    long id = 10;
+    for (const std::string& text : texts) {
+        SCOPED_TRACE(text);
+        const unsigned long code = runStatement(insert.bind("id", ++id).bind("name", text));
+        if (onPostgres()) {
+            EXPECT_EQ(platform::sqlstateFromCode(code), "22021");
+            EXPECT_EQ(lastError().category, ErrorCategory::InvalidValue);
+        } else {
+            ASSERT_EQ(code, 0u);
+            EXPECT_EQ(readBound(find.bind("id", id), 1), (Rows{{text}}));
+        }
+    }
+    if (onPostgres()) {
+        EXPECT_EQ(keptRows(), original());
+    }
+}
+
+struct Refusal {
+    const char* name;
+    const char* sql;
+    std::vector<const char*> names;  // bound to 4, 5, ... in order
+    std::uint64_t code;
+    // On PostgreSQL '?' and ':' are operator characters: the server judges
+    // such text, and finds a syntax error; nothing runs either.
+    bool sqliteMarker;
+};
+
+void PrintTo(const Refusal& refusal, std::ostream* out) {
+    *out << refusal.name;
+}
+
+class BoundRefusalTest : public BoundStatementTest,
+                         public ::testing::WithParamInterface<Refusal> {};
+
+// Each refusal has its code, an information line and the category Refused,
+// for writes and reads alike, and nothing runs: the stored rows stay as they
+// were, and no row is added.
+TEST_P(BoundRefusalTest, IsRefusedWithItsCodeAndNothingRuns) {
+    const Refusal& refusal = GetParam();
+    const bool byServer = refusal.sqliteMarker && onPostgres();
+    const std::uint64_t expected = byServer ? platform::pgCodeFromSqlstate("42601") : refusal.code;
+    BoundStatement statement(refusal.sql);
+    int value = 4;
+    for (const char* name : refusal.names) {
+        statement.bind(name, value++);
+    }
+    LogCapture log;
+    EXPECT_EQ(runStatement(statement), expected);
+    EXPECT_EQ(lastError().category, byServer ? ErrorCategory::Syntax : ErrorCategory::Refused);
+    const auto lines = log.at(LogLevel::Info);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].returnedCode, expected);
+    EXPECT_EQ(lines[0].text.rfind("[VORNLib]", 0), 0u) << lines[0].text;
+
+    unsigned long code = 0;
+    EXPECT_EQ(readBound(statement, 1, &code), Rows{});
+    EXPECT_EQ(code, expected);
+    EXPECT_EQ(keptRows(), original());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, BoundRefusalTest,
+    ::testing::Values(Refusal{"PlaceholderWithoutValue",
+                              "insert into kept values({id}, 'x')",
+                              {},
+                              errc::kUnknownPlaceholder,
+                              false},
+                      Refusal{"ValueWithoutPlaceholder",
+                              "insert into kept values({id}, 'x')",
+                              {"id", "extra"},
+                              errc::kUnusedParameter,
+                              false},
+                      Refusal{"ValueUnderANameNoPlaceholderCanHave",
+                              "insert into kept values({id}, 'x')",
+                              {"id", "a b"},
+                              errc::kUnusedParameter,
+                              false},
+                      Refusal{"EmptyBraces",
+                              "insert into kept values({id}, {})",
+                              {"id"},
+                              errc::kMalformedPlaceholder,
+                              false},
+                      Refusal{"NameWithABlank",
+                              "insert into kept values({id}, {a b})",
+                              {"id"},
+                              errc::kMalformedPlaceholder,
+                              false},
+                      Refusal{"UnclosedBrace",
+                              "insert into kept values({id}, {name)",
+                              {"id", "name"},
+                              errc::kMalformedPlaceholder,
+                              false},
+                      Refusal{"NumberedMarkerOfTheStore",
+                              "insert into kept values({id}, $1)",
+                              {"id"},
+                              errc::kMalformedPlaceholder,
+                              false},
+                      Refusal{"QuestionMarkOfSqlite",
+                              "insert into kept values({id}, ?)",
+                              {"id"},
+                              errc::kMalformedPlaceholder,
+                              true},
+                      Refusal{"NamedMarkerOfSqlite",
+                              "insert into kept values({id}, :name)",
+                              {"id"},
+                              errc::kMalformedPlaceholder,
+                              true},
+                      Refusal{"SecondStatement",
+                              "insert into kept values({id}, 'x'); delete from kept",
+                              {"id"},
+                              errc::kMultipleStatements,
+                              false}));
+
+// Braces inside quoted text and comments are text; the same placeholder may
+// stand more than once and takes one value.
+TEST_F(BoundStatementTest, OnlyBracesOutsideQuotesArePlaceholders) {
+    ASSERT_EQ(runStatement(
+                  BoundStatement("insert into kept values({id}, '{name}') -- {x}").bind("id", 4)),
+              0u);
+    ASSERT_EQ(
+        runStatement(
+            BoundStatement("/* {y} */ insert into kept values({id}, 'it''s {')").bind("id", 5)),
+        0u);
+    EXPECT_EQ(readBound(BoundStatement("select id, name from kept where id >= {low} and "
+                                       "id <= {low} + 1 order by id")
+                            .bind("low", 4),
+                        2),
+              (Rows{{"4", "{name}"}, {"5", "it's {"}}));
+}
+
+// The statement runs again with new values, after a failure of its own and
+// after the table under it was made anew; two reads of one text stay open at
+// once.
+TEST_F(BoundStatementTest, RunsAgainWithNewValues) {
+    BoundStatement insert("insert into kept(id, name) values({id}, {name})");
+    ASSERT_EQ(runStatement(insert.bind("id", 4).bind("name", "d")), 0u);
+    EXPECT_NE(runStatement(insert.bind("id", 4).bind("name", "again")), 0u);
+    EXPECT_EQ(lastError().category, ErrorCategory::Constraint);
+    ASSERT_EQ(runStatement(insert.bind("id", 5).bind("name", "e")), 0u);
+
+    BoundStatement find("select id from kept where id > {after} order by id");
+    find.bind("after", 3);
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    CVORNReader first;
+    CVORNReader second;
+    ASSERT_EQ(db->execReadSQL(find, first), 0u);
+    ASSERT_EQ(db->execReadSQL(find.bind("after", 4), second), 0u);
+    long a = 0;
+    long b = 0;
+    first >> a;
+    second >> b;
+    EXPECT_EQ(a, 4);
+    EXPECT_EQ(b, 5);
+    first.clear();
+    second.clear();
+
+    ASSERT_EQ(runWrite("drop table kept"), 0u);
+    ASSERT_EQ(runWrite("create table kept(id integer, name text, extra text default 'x')"), 0u);
+    ASSERT_EQ(runStatement(insert.bind("id", 6).bind("name", "f")), 0u);
+    EXPECT_EQ(runQuery("select id, name, extra from kept", 3), (Rows{{"6", "f", "x"}}));
+}
+
+// Events and log lines carry the text as written: the values stay out.
+TEST_F(BoundStatementTest, EventsAndLogsShowPlaceholdersNotValues) {
+    const std::string secret = "value-that-stays-out";
+    std::vector<std::string> texts;
+    setStatementObserver([&texts](const StatementEvent& event) { texts.emplace_back(event.text); });
+    LogCapture log;
+    BoundStatement insert("insert into kept values({id}, {name})");
+    ASSERT_EQ(runStatement(insert.bind("id", 4).bind("name", secret)), 0u);
+    EXPECT_NE(runStatement(insert), 0u);  // the same id again
+    setStatementObserver(nullptr);
+    EXPECT_EQ(texts, std::vector<std::string>(2, insert.text()));
+    ASSERT_FALSE(log.records().empty());
+    for (const auto& record : log.records()) {
+        EXPECT_EQ(record.text.find(secret), std::string::npos) << record.text;
+    }
+}
+
+// A read goes on after its call returned: its values are its own by then, so
+// the caller may bind others or drop the statement while rows remain.
+TEST_F(BoundStatementTest, AnOpenReadKeepsItsValues) {
+    const std::string name(64, 's');  // too long to live inside the string object
+    BatchInserter batch;
+    batch.table("kept");
+    for (long id = 10; id < 1010; ++id) {
+        batch["id"] << id;
+        batch["name"] << name;
+    }
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    ASSERT_EQ(db->ExecBatchInserter(batch), 0u);
+
+    auto find = std::make_unique<BoundStatement>("select id from kept where name = {name}");
+    CVORNReader reader;
+    ASSERT_EQ(db->execReadSQL(find->bind("name", name), reader), 0u);
+    find->bind("name", std::string(64, 'x'));
+    find.reset();
+    int rows = 0;
+    while (reader.hasNextElement()) {
+        ++rows;
+    }
+    EXPECT_EQ(rows, 1000);
+}
+
+// Threads run the same texts at once, each on its own connection and its own
+// prepared forms; every row arrives once.
+TEST_F(BoundStatementTest, ThreadsRunTheSameTextsAtOnce) {
+    constexpr int kThreads = 4;
+    constexpr int kRows = 50;
+    std::vector<std::thread> threads;
+    std::vector<int> failures(kThreads, 0);
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([t, &failures] {
+            BoundStatement insert("insert into kept(id, name) values({id}, {name})");
+            BoundStatement count("select count(*) from kept where id >= {low}");
+            for (int i = 0; i < kRows; ++i) {
+                const int id = 100 + t * kRows + i;
+                failures[t] += runStatement(insert.bind("id", id).bind("name", "t")) != 0;
+                failures[t] += readBound(count.bind("low", id), 1).size() != 1;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(failures, std::vector<int>(kThreads, 0));
+    EXPECT_EQ(runQuery("select count(*), min(id), max(id) from kept where name = 't'", 3),
+              (Rows{{std::to_string(kThreads * kRows), "100",
+                     std::to_string(100 + kThreads * kRows - 1)}}));
+}
+
+// Inside the caller's transaction a bound write is seen by the transaction's
+// reads and goes with its rollback; a refused one leaves the transaction
+// going.
+TEST_F(BoundStatementTest, GoesWithARolledBackTransaction) {
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    ASSERT_EQ(db->beginTransaction(), 0u);
+    BoundStatement insert("insert into kept values({id}, {name})");
+    ASSERT_EQ(db->execWriteSQL(insert.bind("id", 4).bind("name", "d")), 0u);
+    EXPECT_EQ(db->execWriteSQL(BoundStatement("delete from kept where id = {id}")),
+              errc::kUnknownPlaceholder);
+    EXPECT_EQ(readBound(BoundStatement("select name from kept where id = {id}").bind("id", 4), 1),
+              (Rows{{"d"}}));
+    ASSERT_EQ(db->rollbackTransaction(), 0u);
+    EXPECT_EQ(keptRows(), original());
+}
+
+}  // namespace
+}  // namespace vorn::test
