@@ -18,7 +18,6 @@ endif()
 set(CPACK_PACKAGE_NAME vorn)
 set(CPACK_PACKAGE_VENDOR "VORNLib developers")
 set(CPACK_PACKAGE_CONTACT "VORNLib developers <vorn@users.noreply.example>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 set(CPACK_STRIP_FILES ON)
@@ -31,8 +30,12 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${VORN_DEB_RUNTIME_PACKAGE})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_RUNTIME_DESCRIPTION
-  "${PROJECT_DESCRIPTION}\n VORNLib builds SQL statements as objects and runs them on SQLite or\n PostgreSQL sessions. This package holds the shared library.")
+# Each description's first line is the package's synopsis
+# (cmake/cpack_options.cmake keeps CPack from prepending the project's).
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "${PROJECT_DESCRIPTION}
+VORNLib builds SQL statements (select, insert, update, delete, drop, batch
+insert, bound and raw text) as objects and runs them on named sessions of
+SQLite or PostgreSQL. This package holds the shared library.")
 # The library is a shared library of its own: run ldconfig after it changes.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS_POLICY "=")
@@ -41,7 +44,11 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvorn-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
   "${VORN_DEB_RUNTIME_PACKAGE} (= ${PROJECT_VERSION}-1), ${VORN_DEB_DEV_DEPENDS}")
-set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
-  "${PROJECT_DESCRIPTION} (development files)\n VORNLib builds SQL statements as objects and runs them on SQLite or\n PostgreSQL sessions. This package holds the headers, the CMake package\n (find_package(vorn)), vorn.pc for pkg-config and the example programs.")
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "${PROJECT_DESCRIPTION} (development files)
+VORNLib builds SQL statements (select, insert, update, delete, drop, batch
+insert, bound and raw text) as objects and runs them on named sessions of
+SQLite or PostgreSQL. This package holds the headers, the CMake package
+(find_package(vorn)), vorn.pc for pkg-config and the example programs.")
 
+set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_LIST_DIR}/cpack_options.cmake)
 include(CPack)
