@@ -8,6 +8,7 @@
 set -euo pipefail
 source_dir=$(cd "$1" && pwd)
 here="$source_dir/tests/install"
+# shellcheck source=tests/install/consumers.sh
 source "$here/consumers.sh"
 
 if [ "$(id -u)" -ne 0 ]; then

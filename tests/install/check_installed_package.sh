@@ -10,6 +10,7 @@
 set -euo pipefail
 build_dir=$1
 here=$2
+# shellcheck source=tests/install/consumers.sh
 source "$here/consumers.sh"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

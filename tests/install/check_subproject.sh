@@ -18,7 +18,7 @@ cmake -S "$here/subproject" -B "$work/build" -DVORN_SOURCE_DIR="$source_dir" \
 targets=$(cmake --build "$work/build" --target help)
 extra=$(grep -o -E '(vorn_demo|vorn_version_check|[a-z_]+_test|bench_[a-z_]+)$' <<<"$targets" || true)
 if [ -n "$extra" ]; then
-  echo "a subproject build has targets beyond the library:" $extra >&2
+  echo "a subproject build has targets beyond the library:" "$extra" >&2
   exit 1
 fi
 if grep -q -- '-Werror' "$work/build/compile_commands.json"; then
