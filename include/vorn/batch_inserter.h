@@ -71,8 +71,8 @@ class VORN_API BatchInserter : public CVORNBase {
 
   private:
     template <class T>
-    BatchInserter& append(BaseTypeVector::Type type, std::vector<T> BaseTypeVector::*column,
-                          T value, int logLine);
+    VORN_LOCAL BatchInserter& append(BaseTypeVector::Type type,
+                                     std::vector<T> BaseTypeVector::*column, T value, int logLine);
 
     std::string m_curColumn;
     std::map<std::string, BaseTypeVector> m_paramMap;

@@ -97,7 +97,7 @@ class VORN_API BoundStatement final : public CVORNBase {
     const platform::BoundParameters& parameters() const noexcept { return m_parameters; }
 
   private:
-    BoundStatement& keep(const std::string& name, platform::BoundValue value);
+    VORN_LOCAL BoundStatement& keep(const std::string& name, platform::BoundValue value);
 
     std::string m_text;
     platform::BoundParameters m_parameters;

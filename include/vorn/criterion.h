@@ -25,7 +25,7 @@ class VORN_API CVORNCriterion {
     CVORNCriterion& operator||(const CVORNCriterion& other);
 
   private:
-    CVORNCriterion& join(std::string_view joiner, const CVORNCriterion& other);
+    VORN_LOCAL CVORNCriterion& join(std::string_view joiner, const CVORNCriterion& other);
 
     std::string m_text;
 };
@@ -122,15 +122,15 @@ class VORN_API CVORNCriterionItem {
 
   private:
     // The criterion over the current text, without parentheses.
-    CVORNCriterion current() const;
+    VORN_LOCAL CVORNCriterion current() const;
     // Encloses the text in parentheses and returns the criterion over it.
-    CVORNCriterion wrap();
+    VORN_LOCAL CVORNCriterion wrap();
     // Appends prefix, the escaped value and a closing quote, then wraps.
-    CVORNCriterion compareWithText(std::string_view prefix, const std::string& value);
+    VORN_LOCAL CVORNCriterion compareWithText(std::string_view prefix, const std::string& value);
     // ==/!= on the integer types: "=%ld"/"!=%ld" for the signed ones and
     // "=%lu"/"!=%lu" for the unsigned ones, the value widened to 64 bits.
     template <typename Int>
-    CVORNCriterion createCriterionWithInt(Int value, bool isEqual, bool isUnsigned);
+    VORN_LOCAL CVORNCriterion createCriterionWithInt(Int value, bool isEqual, bool isUnsigned);
 
     std::string m_text;
     // Copied and assigned with the operand; nothing else reads or sets it.

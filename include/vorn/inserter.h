@@ -40,7 +40,7 @@ class VORN_API CVORNInserter : public CVORNBase {
 
   private:
     // " values(" before the first value, "," before every later one.
-    void beginValue();
+    VORN_LOCAL void beginValue();
 
     std::string m_insertInto;
     std::string m_columns;

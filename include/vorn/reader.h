@@ -57,11 +57,11 @@ class VORN_API CVORNReader {
     friend class MIRAsqlDB;  // starts the record of each read (see <vorn/diagnostics.h>)
 
     // Records the read that is open, if any, as ended.
-    void endRead() noexcept;
-    bool markNullIf(bool empty);
+    VORN_LOCAL void endRead() noexcept;
+    VORN_LOCAL bool markNullIf(bool empty);
     // Reads one field into value with convert, or marks it empty.
     template <class T, class Convert>
-    CVORNReader& extract(T& value, Convert convert);
+    VORN_LOCAL CVORNReader& extract(T& value, Convert convert);
 
     vorn::platform::DataSession* m_session = nullptr;
     vorn::platform::Row m_row;

@@ -21,8 +21,8 @@ class VORN_API CSQLiteUtil {
   private:
     CSQLiteUtil() = default;
 
-    static CSQLiteUtil* m_instance;
+    VORN_LOCAL static CSQLiteUtil* m_instance;
     // Guards the creation of m_instance for calls made before the library's
     // load-time initialisation has run.
-    static ACE_Semaphore m_instanceMutex;
+    VORN_LOCAL static ACE_Semaphore m_instanceMutex;
 };

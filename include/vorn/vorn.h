@@ -1,6 +1,8 @@
 #pragma once
 
-// The whole public interface of VORNLib.
+// The whole public interface of VORNLib. The bounds-checked C functions, the
+// string helpers and the type registry of vorn/platform are the library's own
+// helpers: they are neither part of it nor installed.
 #include "vorn/base.h"
 #include "vorn/batch_inserter.h"
 #include "vorn/bound_statement.h"
@@ -18,10 +20,9 @@
 #include "vorn/platform/error_codes.h"
 #include "vorn/platform/logger.h"
 #include "vorn/platform/process.h"
-#include "vorn/platform/safe_c.h"
-#include "vorn/platform/string_helpers.h"
-#include "vorn/platform/type_registry.h"
+#include "vorn/platform/typed_ref.h"
 #include "vorn/reader.h"
 #include "vorn/selector.h"
 #include "vorn/sqlite_util.h"
 #include "vorn/updater.h"
+#include "vorn/version.h"

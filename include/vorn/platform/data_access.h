@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "vorn/export.h"
-#include "vorn/platform/type_registry.h"
+#include "vorn/platform/typed_ref.h"
 
 namespace vorn::platform {
 

@@ -8,12 +8,12 @@ namespace vorn::platform {
 
 // The text with every single quote doubled and nothing else changed, ready to
 // stand between single quotes as an SQL string literal.
-VORN_API std::string escapeSingleQuotes(const std::string& text);
+std::string escapeSingleQuotes(const std::string& text);
 
 // A LIKE pattern made safe to stand between single quotes: single quotes are
 // doubled and nothing else changes, so '%' and '_' stay wildcards. No ESCAPE
 // clause is written, so there is no portable escape character: SQLite treats a
 // backslash as an ordinary character, PostgreSQL as its default escape.
-VORN_API std::string escapeLikePattern(const std::string& pattern);
+std::string escapeLikePattern(const std::string& pattern);
 
 }  // namespace vorn::platform

@@ -2,48 +2,13 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <string>
 #include <vector>
 
 #include "vorn/export.h"
+#include "vorn/platform/typed_ref.h"
 
 namespace vorn::platform {
-
-// Data-type codes of the registry's numbering.
-namespace typecode {
-inline constexpr std::uint32_t kContainer = 61;   // a standard container ("std::vector")
-inline constexpr std::uint32_t kParamMap = 101;   // ParamRefMap: a batch's parameter set
-inline constexpr std::uint32_t kRowTarget = 105;  // std::vector<FieldValue>: a fetched row
-// Element types of container records.
-inline constexpr std::uint32_t kInt64 = 15;
-inline constexpr std::uint32_t kFloat = 17;
-inline constexpr std::uint32_t kDouble = 18;
-inline constexpr std::uint32_t kUInt64 = 25;
-inline constexpr std::uint32_t kString = 41;
-}  // namespace typecode
-
-// Descriptor flag: the reference does not own the object it points to.
-inline constexpr std::uint8_t kFlagReference = 0x20;
-
-struct ContainerRecord;
-
-// A general type descriptor: data-type code, flag bits, and the registry's
-// record of the type where the code alone does not describe it.
-struct TypeDescriptor {
-    std::uint32_t code = 0;
-    std::uint8_t flags = 0;
-    const ContainerRecord* record = nullptr;
-};
-
-// A non-owning typed reference to a caller's object.
-struct TypedRef {
-    TypeDescriptor type;
-    void* object = nullptr;
-};
-
-// A batch's parameter set: column key -> reference to that column's vector.
-using ParamRefMap = std::map<std::string, TypedRef>;
 
 // A heap cursor for reverse walks over a container's elements.
 struct ElementCursor {
@@ -78,7 +43,7 @@ struct ContainerRecord {
 
 // Process-wide registry of the container types used as batch columns. Records
 // are created lazily, once per type, under one recursive lock, and never freed.
-class VORN_API TypeRegistry {
+class TypeRegistry {
   public:
     // The registry lock (recursive).
     static void lock();
@@ -108,19 +73,25 @@ class RegistryLockGuard {
     RegistryLockGuard& operator=(const RegistryLockGuard&) = delete;
 };
 
-extern template VORN_API void TypeRegistry::registerVectorType<std::vector<std::string>>(
-    TypeDescriptor&, std::uint32_t, const char*, std::uint32_t);
-extern template VORN_API void TypeRegistry::registerVectorType<std::vector<std::int64_t>>(
-    TypeDescriptor&, std::uint32_t, const char*, std::uint32_t);
-extern template VORN_API void TypeRegistry::registerVectorType<std::vector<std::uint64_t>>(
-    TypeDescriptor&, std::uint32_t, const char*, std::uint32_t);
-extern template VORN_API void TypeRegistry::registerVectorType<std::vector<float>>(TypeDescriptor&,
-                                                                                   std::uint32_t,
-                                                                                   const char*,
-                                                                                   std::uint32_t);
-extern template VORN_API void TypeRegistry::registerVectorType<std::vector<double>>(TypeDescriptor&,
-                                                                                    std::uint32_t,
-                                                                                    const char*,
-                                                                                    std::uint32_t);
+extern template void TypeRegistry::registerVectorType<std::vector<std::string>>(TypeDescriptor&,
+                                                                                std::uint32_t,
+                                                                                const char*,
+                                                                                std::uint32_t);
+extern template void TypeRegistry::registerVectorType<std::vector<std::int64_t>>(TypeDescriptor&,
+                                                                                 std::uint32_t,
+                                                                                 const char*,
+                                                                                 std::uint32_t);
+extern template void TypeRegistry::registerVectorType<std::vector<std::uint64_t>>(TypeDescriptor&,
+                                                                                  std::uint32_t,
+                                                                                  const char*,
+                                                                                  std::uint32_t);
+extern template void TypeRegistry::registerVectorType<std::vector<float>>(TypeDescriptor&,
+                                                                          std::uint32_t,
+                                                                          const char*,
+                                                                          std::uint32_t);
+extern template void TypeRegistry::registerVectorType<std::vector<double>>(TypeDescriptor&,
+                                                                           std::uint32_t,
+                                                                           const char*,
+                                                                           std::uint32_t);
 
 }  // namespace vorn::platform

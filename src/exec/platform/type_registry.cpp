@@ -101,25 +101,20 @@ void TypeRegistry::registerVectorType(TypeDescriptor& descriptor, std::uint32_t 
     descriptor.record = record;
 }
 
-template VORN_API void TypeRegistry::registerVectorType<std::vector<std::string>>(TypeDescriptor&,
-                                                                                  std::uint32_t,
-                                                                                  const char*,
-                                                                                  std::uint32_t);
-template VORN_API void TypeRegistry::registerVectorType<std::vector<std::int64_t>>(TypeDescriptor&,
-                                                                                   std::uint32_t,
-                                                                                   const char*,
-                                                                                   std::uint32_t);
-template VORN_API void TypeRegistry::registerVectorType<std::vector<std::uint64_t>>(TypeDescriptor&,
-                                                                                    std::uint32_t,
-                                                                                    const char*,
-                                                                                    std::uint32_t);
-template VORN_API void TypeRegistry::registerVectorType<std::vector<float>>(TypeDescriptor&,
-                                                                            std::uint32_t,
-                                                                            const char*,
-                                                                            std::uint32_t);
-template VORN_API void TypeRegistry::registerVectorType<std::vector<double>>(TypeDescriptor&,
-                                                                             std::uint32_t,
-                                                                             const char*,
-                                                                             std::uint32_t);
+template void TypeRegistry::registerVectorType<std::vector<std::string>>(TypeDescriptor&,
+                                                                         std::uint32_t, const char*,
+                                                                         std::uint32_t);
+template void TypeRegistry::registerVectorType<std::vector<std::int64_t>>(TypeDescriptor&,
+                                                                          std::uint32_t,
+                                                                          const char*,
+                                                                          std::uint32_t);
+template void TypeRegistry::registerVectorType<std::vector<std::uint64_t>>(TypeDescriptor&,
+                                                                           std::uint32_t,
+                                                                           const char*,
+                                                                           std::uint32_t);
+template void TypeRegistry::registerVectorType<std::vector<float>>(TypeDescriptor&, std::uint32_t,
+                                                                   const char*, std::uint32_t);
+template void TypeRegistry::registerVectorType<std::vector<double>>(TypeDescriptor&, std::uint32_t,
+                                                                    const char*, std::uint32_t);
 
 }  // namespace vorn::platform
