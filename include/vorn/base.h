@@ -71,9 +71,9 @@ class VORN_API CVORNBase {
   public:
     /// A builder with no table.
     CVORNBase() = default;
-    /// Copies the table and the table list.
+    /// Copies the table, the table list and the attach and detach texts.
     CVORNBase(const CVORNBase&) = default;
-    /// Copies the table and the table list.
+    /// Copies the table, the table list and the attach and detach texts.
     CVORNBase& operator=(const CVORNBase&) = default;
     virtual ~CVORNBase();
 

@@ -46,11 +46,14 @@ class VORN_API MIRAsqlDB : public CVORN {
     explicit MIRAsqlDB(bool useProcessSessionName);
     ~MIRAsqlDB() override;
 
-    /// Opens a transaction on this thread's session; 0, or the store's code.
+    /// Opens a transaction on this thread's session; 0, or the store's code
+    /// (see vorn::platform::DataSession::beginTransaction() for one already open).
     unsigned long beginTransaction() override;
-    /// Commits this thread's transaction; 0, or the store's code.
+    /// Commits this thread's transaction; 0, or the store's code (see
+    /// vorn::platform::DataSession::commit() for a call without a transaction).
     unsigned long commitTransaction() override;
-    /// Rolls back this thread's transaction; 0, or the store's code.
+    /// Rolls back this thread's transaction; 0, or the store's code (see
+    /// vorn::platform::DataSession::commit() for a call without a transaction).
     unsigned long rollbackTransaction() override;
     /// Runs the statement's text (a vorn::BoundStatement with its values) as a
     /// query and leaves its rows to reader, which keeps the session until it

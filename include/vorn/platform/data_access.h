@@ -127,11 +127,16 @@ class VORN_API DataSession {
     DataSession(const DataSession&) = delete;
     DataSession& operator=(const DataSession&) = delete;
 
-    /// Opens the transaction of this session name on the calling thread.
+    /// Opens the transaction of this session name on the calling thread. One
+    /// already open is an error on SQLite; PostgreSQL only warns, so the call
+    /// succeeds (and an information line is logged).
     ExecResult beginTransaction();
     /// Commits the transaction of this session name on the calling thread.
+    /// Without one, SQLite returns its error; PostgreSQL only warns, so the
+    /// call succeeds (and an information line is logged).
     ExecResult commit();
-    /// Rolls back the transaction of this session name on the calling thread.
+    /// Rolls back the transaction of this session name on the calling thread;
+    /// without one, as commit().
     ExecResult rollback();
 
     /// Runs exactly one statement; text holding a second statement after the

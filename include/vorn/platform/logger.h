@@ -23,7 +23,7 @@ struct SourceLocation {
 /// level and those above it.
 enum class LogLevel : int {
     Trace = 0,  ///< entry and exit of functions
-    Info = 2,   ///< failed calls and slow statements
+    Info = 2,   ///< failed calls, slow statements and other notes
     Error = 4,  ///< the library's own errors and refusals
     Off = 6     ///< as a threshold: nothing is logged
 };
