@@ -8,6 +8,8 @@
 #   - "}::name" (a cast after a placeholder, "{n}::bigint") becomes
 #     "}::%name": Doxygen takes the name for a link to resolve otherwise, and
 #     the '%' that stops it is not shown.
+#   - a code span holding a single quote gets double backticks: Doxygen reads
+#     "`x'" as a quotation opened by a backtick and closed by the quote.
 # Fenced code blocks are copied unchanged.
 /^[ \t]*```/ {
   fenced = !fenced
@@ -46,5 +48,19 @@ fenced {
     }
     line = substr(line, RSTART + RLENGTH)
   }
-  print out line
+  print quote_spans(out line)
+}
+
+# The line with every `span` that holds a single quote written ``span``.
+function quote_spans(line, result, span) {
+  result = ""
+  while (match(line, /`[^`]+`/)) {
+    span = substr(line, RSTART, RLENGTH)
+    if (index(span, "'") > 0) {
+      span = "`" span "`"
+    }
+    result = result substr(line, 1, RSTART - 1) span
+    line = substr(line, RSTART + RLENGTH)
+  }
+  return result line
 }

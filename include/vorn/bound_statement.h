@@ -24,7 +24,7 @@ namespace vorn {
 /// @endcode
 ///
 /// A placeholder is "{" + name + "}", the name made of ASCII letters, digits
-/// and '_', anywhere outside quoted text and comments (`"'{x}'"` and
+/// and '_', anywhere outside quoted text and comments (``"'{x}'"`` and
 /// `"-- {x}"` are text, not placeholders). The same placeholder may appear more
 /// than once; all of them take the one value. Run the statement with
 /// execWriteSQL or execReadSQL of a MIRAsqlDB (through GuardDB as usual),

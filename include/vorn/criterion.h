@@ -47,7 +47,7 @@ class VORN_API CVORNCriterion {
 /// comparison, e.g. from CVORNTable::operator[].
 ///
 /// Spacing is uneven on purpose: equality and inequality are written without
-/// blanks (`"(age=5)"`, `"(name!='x')"`), the ordering comparisons with one blank on
+/// blanks (`"(age=5)"`, ``"(name!='x')"``), the ordering comparisons with one blank on
 /// each side (`"(age >= 18)"`), and in / not in / LIKE keep their blanks but get
 /// no parentheses of their own (`"id in (1,2)"`).
 ///
@@ -55,8 +55,8 @@ class VORN_API CVORNCriterion {
 /// with these deliberate exceptions that callers must keep in mind:
 ///  - operator==(const std::string&) doubles only the FIRST single quote of the
 ///    value; later quotes pass through and end the literal, so the rest of the
-///    value is read as SQL: `"x'' OR 1=1 OR ''='"` renders
-///    `"(c='x''' OR 1=1 OR ''='')"`, which matches every row. Never pass
+///    value is read as SQL: ``"x'' OR 1=1 OR ''='"`` renders
+///    ``"(c='x''' OR 1=1 OR ''='')"``, which matches every row. Never pass
 ///    untrusted text to it; use operator!=, operator<=, operator>= or a batch
 ///    for such values.
 ///  - notIn() appends its list verbatim, and in() changes nothing in its list
@@ -64,11 +64,11 @@ class VORN_API CVORNCriterion {
 ///  - operator!=(CVORNCriterionItem) appends the other operand's text verbatim.
 ///  - operator<= / operator>= on a statement append its text verbatim.
 ///  - the char comparisons write the character verbatim: a quote is not doubled
-///    and leaves the literal open (`"(c=''')"`).
+///    and leaves the literal open (``"(c=''')"``).
 ///  - in(const std::string&) doubles every quote of its list, so a list of
-///    quoted strings (`"'a','b'"`) no longer reads as strings; in() with a
+///    quoted strings (``"'a','b'"``) no longer reads as strings; in() with a
 ///    selector does the same to the sub-select's text.
-///  - like() relies on escapeLikePattern(): quotes are doubled, `'%'` and `'_'` stay
+///  - like() relies on escapeLikePattern(): quotes are doubled, ``'%%'`` and ``'_'`` stay
 ///    wildcards.
 class VORN_API CVORNCriterionItem {
   public:
@@ -98,7 +98,7 @@ class VORN_API CVORNCriterionItem {
     /// `" not in (<list>)"`. The list is written verbatim: it is SQL text, not a
     /// value, and must never carry caller-supplied data.
     CVORNCriterion notIn(const std::string& list);
-    /// `" LIKE '<pattern>'"`, the pattern's quotes doubled; `'%'` and `'_'` stay
+    /// ``" LIKE '<pattern>'"``, the pattern's quotes doubled; ``'%%'`` and ``'_'`` stay
     /// wildcards. No parentheses.
     CVORNCriterion like(const std::string& pattern);
 
@@ -106,14 +106,14 @@ class VORN_API CVORNCriterionItem {
     CVORNCriterion operator==(CVORNCriterionItem other);
     /// `"(<this>!=<other>)"`: the other operand's text verbatim.
     CVORNCriterion operator!=(CVORNCriterionItem other);
-    /// `"(<this>='<value>')"`. Doubles only the first single quote of value (see
+    /// ``"(<this>='<value>')"``. Doubles only the first single quote of value (see
     /// the class comment): unsafe for untrusted text.
     CVORNCriterion operator==(const std::string& value);
-    /// `"(<this>!='<value>')"`, every quote of the value doubled.
+    /// ``"(<this>!='<value>')"``, every quote of the value doubled.
     CVORNCriterion operator!=(const std::string& value);
-    /// `"(<this> <= '<value>')"`, every quote of the value doubled.
+    /// ``"(<this> <= '<value>')"``, every quote of the value doubled.
     CVORNCriterion operator<=(const std::string& value);
-    /// `"(<this> >= '<value>')"`, every quote of the value doubled.
+    /// ``"(<this> >= '<value>')"``, every quote of the value doubled.
     CVORNCriterion operator>=(const std::string& value);
     /// `"(<this> <= (<sub>))"`. The sub-statement's text is written verbatim
     /// between parentheses; it is SQL text and must not be assembled from
@@ -121,9 +121,9 @@ class VORN_API CVORNCriterionItem {
     CVORNCriterion operator<=(const CVORNBase& sub);
     /// `"(<this> >= (<sub>))"`, the sub-statement's text verbatim, as operator<=.
     CVORNCriterion operator>=(const CVORNBase& sub);
-    /// `"(<this>='<c>')"`. The character is written verbatim between quotes.
+    /// ``"(<this>='<c>')"``. The character is written verbatim between quotes.
     CVORNCriterion operator==(const char& c);
-    /// `"(<this>!='<c>')"`. The character is written verbatim between quotes.
+    /// ``"(<this>!='<c>')"``. The character is written verbatim between quotes.
     CVORNCriterion operator!=(const char& c);
     /// `"(<this>=<value>)"` with `"%f"`: six decimals, no exponent.
     CVORNCriterion operator==(const float& value);

@@ -20,7 +20,7 @@
 ///      file name ("", ".", "..", or holding '/') has no default.
 ///
 /// URL forms:
-/// @verbatim
+/// @code{.unparsed}
 ///   sqlite:<path>[?option=value&...]
 ///       An SQLite file; a relative path is taken from the current directory.
 ///       The path runs to the first '?'. Options:
@@ -59,7 +59,7 @@
 ///       batches, unsigned 64-bit values above INT64_MAX are stored as the
 ///       bigint of the same bits (negative), as on SQLite.
 ///   Schemes are matched without regard to case.
-/// @endverbatim
+/// @endcode
 ///
 /// Problems: a $VORN_DATASOURCES value that does not parse, or that holds a
 /// malformed URL or an unknown scheme, binds nothing, and every session name

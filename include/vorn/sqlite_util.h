@@ -18,7 +18,7 @@ class VORN_API CSQLiteUtil {
 
     /// The text with every single quote doubled and nothing else changed.
     std::string replaceSpecialChar(const std::string& text);
-    /// `"''"` for a single quote, otherwise the one-character string holding c
+    /// ``"''"`` for a single quote, otherwise the one-character string holding c
     /// (a NUL byte included).
     std::string replaceSpecialChar(const char& c);
 

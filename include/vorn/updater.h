@@ -32,11 +32,11 @@ class VORN_API CVORNUpdater : public CVORNBase {
     /// writes its value.
     CVORNUpdater& operator[](const std::string& column);
 
-    /// Appends `"='<value>'"`, the value's quotes doubled.
+    /// Appends ``"='<value>'"``, the value's quotes doubled.
     void assign(const std::string& value);
-    /// Appends `"='<c>'"`, a quote doubled.
+    /// Appends ``"='<c>'"``, a quote doubled.
     void assign(const char& value);
-    /// Appends `"='<value>'"`, the value's quotes doubled.
+    /// Appends ``"='<value>'"``, the value's quotes doubled.
     /// Throws std::logic_error for a null pointer (after "='" has been appended).
     void assign(const char* value);
     /// Appends `"=<value>"` in decimal.
