@@ -58,8 +58,8 @@ inline constexpr std::string_view kOffset = " OFFSET ";  ///< `" OFFSET "`
 /// Other fixed texts: the file suffix of the stores, the boolean words a reader
 /// understands, and the texts of the log.
 namespace text {
-inline constexpr std::string_view kDbSuffix =
-    ".db";  ///< the file suffix of the default SQLite stores
+/// The file suffix of the default SQLite stores.
+inline constexpr std::string_view kDbSuffix = ".db";
 /// The empty string.
 inline constexpr std::string_view kEmpty{};
 inline constexpr std::string_view kTRUE = "TRUE";    ///< read as 1 by the int readers
