@@ -22,7 +22,11 @@ inline constexpr std::uint64_t kAdapterBase = 0x10000;
 inline constexpr std::uint64_t kDataSourceInvalid = kAdapterBase + 1;
 /// The text holds a second statement after the first; nothing was run.
 inline constexpr std::uint64_t kMultipleStatements = kAdapterBase + 2;
-/// A parameter set or row target of the wrong type was passed.
+/// A parameter set or row target of the wrong type was passed. Also: a
+/// batch's parameter set that is empty or whose columns differ in length or
+/// have an element type it cannot bind, a parameter set run as a read, bound
+/// values run as a batch, or a name bound twice among a statement's values;
+/// nothing was run.
 inline constexpr std::uint64_t kBadParameters = kAdapterBase + 3;
 /// fetchRow on a session with no open result.
 inline constexpr std::uint64_t kNoResult = kAdapterBase + 4;
