@@ -5,47 +5,53 @@
 
 #include "vorn/export.h"
 
-// The library's open connections: one per thread and session name, opened at
-// the first call that needs it and kept for the calls after it.
-//
-// A connection is closed
-//   - when its thread ends;
-//   - by closeConnections() (the calling thread's) or closeAllConnections()
-//     (every thread's), e.g. at shutdown, before fork() or after the stores
-//     were reconfigured;
-//   - when it has been idle (no call of its thread on its session name) for
-//     the idle time, ten minutes unless setConnectionIdleTimeout says
-//     otherwise. The library starts no thread: idle connections are closed by
-//     the next call of any thread once their time is up, or by
-//     closeIdleConnections(), which a host can call from its own timer.
-//
-// Closing never cuts into work. A connection that an open reader holds closes
-// when the reader is destroyed, and one inside a transaction is kept until the
-// transaction ends (it closes at its thread's next call after the commit or
-// rollback), so no transaction is lost to a close. A connection that another
-// thread is opening at that moment is left alone by closeAllConnections and
-// closed at that thread's next call.
-//
-// After fork(), the child never uses or closes the connections it inherited:
-// they belong to the parent, which goes on using them. The child leaves them
-// untouched (their memory and file handles stay with it, closed at exec) and
-// opens its own at its first call; a reader the parent had open gives the
-// child errc::kInheritedResult. Calling closeAllConnections() before fork()
-// leaves the child nothing inherited; on SQLite this is the safe way, as
-// SQLite's own bookkeeping of open files is copied into the child.
+/// @file
+/// @brief When the library's connections to the stores are opened and closed.
+///
+/// The library's open connections: one per thread and session name, opened at
+/// the first call that needs it and kept for the calls after it.
+///
+/// A connection is closed
+///   - when its thread ends;
+///   - by closeConnections() (the calling thread's) or closeAllConnections()
+///     (every thread's), e.g. at shutdown, before fork() or after the stores
+///     were reconfigured;
+///   - when it has been idle (no call of its thread on its session name) for
+///     the idle time, ten minutes unless setConnectionIdleTimeout says
+///     otherwise. The library starts no thread: idle connections are closed by
+///     the next call of any thread once their time is up, or by
+///     closeIdleConnections(), which a host can call from its own timer.
+///
+/// Closing never cuts into work. A connection that an open reader holds closes
+/// when the reader is destroyed, and one inside a transaction is kept until the
+/// transaction ends (it closes at its thread's next call after the commit or
+/// rollback), so no transaction is lost to a close. A connection that another
+/// thread is opening at that moment is left alone by closeAllConnections and
+/// closed at that thread's next call.
+///
+/// After fork(), the child never uses or closes the connections it inherited:
+/// they belong to the parent, which goes on using them. The child leaves them
+/// untouched (their memory and file handles stay with it, closed at exec) and
+/// opens its own at its first call; a reader the parent had open gives the
+/// child errc::kInheritedResult. Calling closeAllConnections() before fork()
+/// leaves the child nothing inherited; on SQLite this is the safe way, as
+/// SQLite's own bookkeeping of open files is copied into the child.
+
 namespace vorn {
 
-// Closes the calling thread's connections; returns how many were closed at
-// once (the others close as described above).
+/// Closes the calling thread's connections; returns how many were closed at
+/// once (the others close as described above).
 VORN_API std::size_t closeConnections();
-// Closes every thread's connections; returns how many were closed at once.
+/// Closes every thread's connections; returns how many were closed at once.
 VORN_API std::size_t closeAllConnections();
-// Closes every connection idle for the idle time or longer; returns how many.
+/// Closes every connection idle for the idle time or longer; returns how many.
 VORN_API std::size_t closeIdleConnections();
 
-// The idle time after which a connection is closed; zero (or less) keeps idle
-// connections open.
+/// The idle time after which a connection is closed; zero (or less) keeps idle
+/// connections open.
 VORN_API void setConnectionIdleTimeout(std::chrono::milliseconds timeout);
+/// The idle time in force: ten minutes unless setConnectionIdleTimeout() set
+/// another.
 VORN_API std::chrono::milliseconds connectionIdleTimeout();
 
 }  // namespace vorn

@@ -1,7 +1,13 @@
 #pragma once
 
-// Symbols marked VORN_API are the library's interface; everything else in
-// libvorn.so is built with hidden visibility. VORN_LOCAL keeps a private member
-// of an exported class out of the interface: only the library itself calls it.
+/// @file
+/// @brief The visibility macros of the library's interface.
+///
+/// Symbols marked VORN_API are the library's interface; everything else in
+/// libvorn.so is built with hidden visibility. VORN_LOCAL keeps a private member
+/// of an exported class out of the interface: only the library itself calls it.
+
+/// Marks a class or function of the library's interface (default visibility).
 #define VORN_API __attribute__((visibility("default")))
+/// Keeps a member of an exported class out of the interface (hidden visibility).
 #define VORN_LOCAL __attribute__((visibility("hidden")))

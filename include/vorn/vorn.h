@@ -1,8 +1,11 @@
 #pragma once
 
-// The whole public interface of VORNLib. The bounds-checked C functions, the
-// string helpers and the type registry of vorn/platform are the library's own
-// helpers: they are neither part of it nor installed.
+/// @file
+/// @brief Includes every public header of VORNLib.
+///
+/// The whole public interface of VORNLib. The bounds-checked C functions, the
+/// string helpers and the type registry of vorn/platform are the library's own
+/// helpers: they are neither part of it nor installed.
 #include "vorn/base.h"
 #include "vorn/batch_inserter.h"
 #include "vorn/bound_statement.h"
@@ -26,3 +29,11 @@
 #include "vorn/sqlite_util.h"
 #include "vorn/updater.h"
 #include "vorn/version.h"
+
+/// @namespace vorn
+/// @brief The library's interface beyond the statement classes: bound
+/// statements, data sources, connections, diagnostics and the version.
+
+/// @namespace vorn::platform
+/// @brief The data-access layer under the database objects, its error codes,
+/// the log and the process identifier.
