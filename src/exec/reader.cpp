@@ -91,8 +91,9 @@ double textToDouble(const std::string& text) {
 // 64-bit integer back as the same bits, and the stream reads a decimal in the
 // target's range as that value (out of range it clamps and fails, which the
 // text path keeps doing). Reals: strtod reads the shortest round-trip text
-// back as the same double. The rest (an INTEGER into double, a REAL into an
-// integer, char and text targets) stays with the text.
+// back as the same double, under the default rounding (the caller may have set
+// another). The rest (an INTEGER into double, a REAL into an integer, char and
+// text targets) stays with the text.
 static_assert(sizeof(long) == sizeof(std::int64_t), "long holds any 64-bit integer");
 
 bool exactNumber(const FieldValue& field, long& value) {
@@ -126,8 +127,12 @@ bool exactNumber(const FieldValue& field, T& value) {
     return true;
 }
 
+bool exactReal(const FieldValue& field) {
+    return field.kind() == FieldValue::Kind::Real && std::fegetround() == FE_TONEAREST;
+}
+
 bool exactNumber(const FieldValue& field, double& value) {
-    if (field.kind() != FieldValue::Kind::Real) {
+    if (!exactReal(field)) {
         return false;
     }
     value = field.real();
@@ -135,7 +140,7 @@ bool exactNumber(const FieldValue& field, double& value) {
 }
 
 bool exactNumber(const FieldValue& field, float& value) {
-    if (field.kind() != FieldValue::Kind::Real) {
+    if (!exactReal(field)) {
         return false;
     }
     value = static_cast<float>(field.real());
