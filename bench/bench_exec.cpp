@@ -1,8 +1,13 @@
 // Executing raw statements and reading rows through the library, beside the
-// SQLite C API doing the same work on the same database file in the same run.
+// SQLite C API doing the same work on the same database file in the same run,
+// and (when the build found SOCI) beside SOCI's bulk read of the same rows.
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
 #include <stdlib.h>
+
+#ifdef VORN_BENCH_WITH_SOCI
+#include "soci_read.h"
+#endif
 
 #include <cstdio>
 #include <cstdlib>
@@ -75,28 +80,47 @@ void BM_Read100k_Vorn(benchmark::State& state) {
     vorn::bench::readThroughLibrary(state, kSelect);
 }
 
+// One pass of the raw SQLite read: text of every field, converted as the
+// reader converts it.
+template <class Visit>
+void readRawSqlite(Visit visit) {
+    sqlite3_stmt* statement = nullptr;
+    sqlite3_prepare_v2(g_store->raw(), kSelect, -1, &statement, nullptr);
+    std::string name;
+    while (sqlite3_step(statement) == SQLITE_ROW) {
+        const auto* idText = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
+        const long id = std::strtol(idText, nullptr, 10);
+        const auto* nameText = reinterpret_cast<const char*>(sqlite3_column_text(statement, 1));
+        name.assign(nameText, static_cast<std::size_t>(sqlite3_column_bytes(statement, 1)));
+        const auto* valueText = reinterpret_cast<const char*>(sqlite3_column_text(statement, 2));
+        const double value = std::strtod(valueText, nullptr);
+        visit(id, name, value);
+    }
+    sqlite3_finalize(statement);
+}
+
 void BM_Read100k_RawSqlite(benchmark::State& state) {
     for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
-        sqlite3_stmt* statement = nullptr;
-        sqlite3_prepare_v2(g_store->raw(), kSelect, -1, &statement, nullptr);
-        long id = 0;
-        std::string name;
-        double value = 0;
-        while (sqlite3_step(statement) == SQLITE_ROW) {
-            const auto* idText = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
-            id = std::strtol(idText, nullptr, 10);
-            const auto* nameText = reinterpret_cast<const char*>(sqlite3_column_text(statement, 1));
-            name.assign(nameText, static_cast<std::size_t>(sqlite3_column_bytes(statement, 1)));
-            const auto* valueText =
-                reinterpret_cast<const char*>(sqlite3_column_text(statement, 2));
-            value = std::strtod(valueText, nullptr);
+        readRawSqlite([](long id, const std::string& name, double value) {
             benchmark::DoNotOptimize(id);
             benchmark::DoNotOptimize(name.data());
             benchmark::DoNotOptimize(value);
-        }
-        sqlite3_finalize(statement);
+        });
     }
     state.SetItemsProcessed(state.iterations() * kRows);
+}
+
+// Whether the library and its peers read the same values from r.
+bool sameValuesRead() {
+    const vorn::bench::ReadSums library = vorn::bench::sumsThroughLibrary(kSelect);
+    vorn::bench::ReadSums raw;
+    readRawSqlite(
+        [&](long id, const std::string& name, double value) { raw.add(id, name, value); });
+    bool same = library.rows == kRows && vorn::bench::sameSums("raw SQLite", library, raw);
+#ifdef VORN_BENCH_WITH_SOCI
+    same = vorn::bench::sameSums("SOCI", library, vorn::bench::sociSums()) && same;
+#endif
+    return same;
 }
 
 BENCHMARK(BM_Write_Vorn);
@@ -115,11 +139,18 @@ int main(int argc, char** argv) {
     store.execute("create table w_raw(id integer, name text, value real)");
     store.execute("create table r(id integer, name text, value real)");
     store.fill("insert into r values(?1, 'device-' || ?1, ?1 * 0.25)", kRows);
+#ifdef VORN_BENCH_WITH_SOCI
+    vorn::bench::openSoci(store.file(), kSelect);
+#endif
+    if (!sameValuesRead()) {
+        return 1;
+    }
 
-    return vorn::bench::runWithRatios(argc, argv,
-                                      {{"write, autocommit", "BM_Write_Vorn", "BM_Write_RawSqlite"},
-                                       {"write, inside a transaction", "BM_WriteInTransaction_Vorn",
-                                        "BM_WriteInTransaction_RawSqlite"},
-                                       {"read 100,000 rows (long, string, double)",
-                                        "BM_Read100k_Vorn", "BM_Read100k_RawSqlite"}});
+    return vorn::bench::runWithRatios(
+        argc, argv,
+        {{"write, autocommit", "BM_Write_Vorn", "BM_Write_RawSqlite"},
+         {"write, inside a transaction", "BM_WriteInTransaction_Vorn",
+          "BM_WriteInTransaction_RawSqlite"},
+         {"read 100,000 rows (long, string, double)", "BM_Read100k_Vorn", "BM_Read100k_RawSqlite"},
+         {"read 100,000 rows vs SOCI (chunks of 1,000)", "BM_Read100k_Vorn", "BM_Read100k_Soci"}});
 }

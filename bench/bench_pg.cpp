@@ -2,7 +2,7 @@
 // the server named by $VORN_TEST_PG_URL (e.g. one from scripts/pg-server):
 // a 100,000-row batch through ExecBatchInserter beside libpq's COPY of the same
 // rows, and reading 100,000 rows through CVORNReader beside libpq's own
-// text-mode fetch (PQexec, PQgetvalue and the same conversions).
+// text-mode fetch (PQexec of the whole result, PQgetvalue and std::from_chars).
 #include <benchmark/benchmark.h>
 #include <libpq-fe.h>
 
@@ -106,28 +106,43 @@ void BM_PgRead100k_Vorn(benchmark::State& state) {
     vorn::bench::readThroughLibrary(state, kSelect);
 }
 
+// One PQexec of the whole result, each field converted with std::from_chars;
+// false when the read failed.
+template <class Visit>
+bool readLibpq(Visit visit) {
+    PGresult* result = PQexec(g_raw, kSelect);
+    if (PQresultStatus(result) != PGRES_TUPLES_OK) {
+        PQclear(result);
+        return false;
+    }
+    std::string name;
+    const int count = PQntuples(result);
+    for (int row = 0; row < count; ++row) {
+        long id = 0;
+        const char* idText = PQgetvalue(result, row, 0);
+        std::from_chars(idText, idText + PQgetlength(result, row, 0), id);
+        name.assign(PQgetvalue(result, row, 1),
+                    static_cast<std::size_t>(PQgetlength(result, row, 1)));
+        double value = 0;
+        const char* valueText = PQgetvalue(result, row, 2);
+        std::from_chars(valueText, valueText + PQgetlength(result, row, 2), value);
+        visit(id, name, value);
+    }
+    PQclear(result);
+    return true;
+}
+
 void BM_PgRead100k_Libpq(benchmark::State& state) {
     for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
-        PGresult* result = PQexec(g_raw, kSelect);
-        if (PQresultStatus(result) != PGRES_TUPLES_OK) {
-            state.SkipWithError("read failed");
-            PQclear(result);
-            break;
-        }
-        long id = 0;
-        std::string name;
-        double value = 0;
-        const int count = PQntuples(result);
-        for (int row = 0; row < count; ++row) {
-            id = std::strtol(PQgetvalue(result, row, 0), nullptr, 10);
-            name.assign(PQgetvalue(result, row, 1),
-                        static_cast<std::size_t>(PQgetlength(result, row, 1)));
-            value = std::strtod(PQgetvalue(result, row, 2), nullptr);
+        const bool read = readLibpq([](long id, const std::string& name, double value) {
             benchmark::DoNotOptimize(id);
             benchmark::DoNotOptimize(name.data());
             benchmark::DoNotOptimize(value);
+        });
+        if (!read) {
+            state.SkipWithError("read failed");
+            break;
         }
-        PQclear(result);
     }
     state.SetItemsProcessed(state.iterations() * kRows);
 }
@@ -163,6 +178,12 @@ int main(int argc, char** argv) {
         std::to_string(kRows - 1) + ") g");
     rawExec("vacuum analyze bench_pg_read");
     rows();
+    vorn::bench::ReadSums raw;
+    readLibpq([&](long id, const std::string& name, double value) { raw.add(id, name, value); });
+    const vorn::bench::ReadSums library = vorn::bench::sumsThroughLibrary(kSelect);
+    if (library.rows != kRows || !vorn::bench::sameSums("libpq", library, raw)) {
+        return 1;
+    }
 
     const int status =
         vorn::bench::runWithRatios(argc, argv,

@@ -12,7 +12,9 @@ namespace vorn::bench {
 
 // Console output as usual, then one line per pair of benchmarks: the library's
 // time against the baseline's, measured in the same run. Ratios travel between
-// machines; absolute times on shared machines do not.
+// machines; absolute times on shared machines do not. The ratio of the CPU
+// times is printed beside, as it suffers less from other load on the machine
+// (for a store with a server of its own only the client's CPU counts).
 class RatioReporter : public ::benchmark::ConsoleReporter {
   public:
     struct Pair {
@@ -34,9 +36,11 @@ class RatioReporter : public ::benchmark::ConsoleReporter {
             const std::string& name = run.run_name.function_name;
             if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
                 m_times[name] = run.GetAdjustedRealTime();
+                m_cpuTimes[name] = run.GetAdjustedCPUTime();
                 m_fromMedian[name] = true;
             } else if (run.run_type == Run::RT_Iteration && !m_fromMedian[name]) {
                 m_times[name] = run.GetAdjustedRealTime();
+                m_cpuTimes[name] = run.GetAdjustedCPUTime();
             }
         }
     }
@@ -51,14 +55,17 @@ class RatioReporter : public ::benchmark::ConsoleReporter {
                 continue;
             }
             const double ratio = library->second / baseline->second;
-            std::printf("%-58s %11.2fx   (throughput %.2f of the baseline)\n", pair.label.c_str(),
-                        ratio, 1.0 / ratio);
+            const double baselineCpu = m_cpuTimes[pair.baseline];
+            const double cpuRatio = baselineCpu > 0 ? m_cpuTimes[pair.library] / baselineCpu : 0;
+            std::printf("%-58s %11.2fx   (throughput %.2f of the baseline; CPU time %.2fx)\n",
+                        pair.label.c_str(), ratio, 1.0 / ratio, cpuRatio);
         }
     }
 
   private:
     std::vector<Pair> m_pairs;
     std::map<std::string, double> m_times;
+    std::map<std::string, double> m_cpuTimes;
     std::map<std::string, bool> m_fromMedian;
 };
 

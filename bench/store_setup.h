@@ -25,10 +25,10 @@ class Store {
         }
         m_dir = pattern;
         ::setenv("VORN_DATA_DIR", m_dir.c_str(), 1);
-        const std::string file = (m_dir / "default.db").string();
+        m_file = (m_dir / "default.db").string();
         const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
-        if (sqlite3_open_v2(file.c_str(), &m_raw, flags, nullptr) != SQLITE_OK) {
-            std::fprintf(stderr, "cannot open %s\n", file.c_str());
+        if (sqlite3_open_v2(m_file.c_str(), &m_raw, flags, nullptr) != SQLITE_OK) {
+            std::fprintf(stderr, "cannot open %s\n", m_file.c_str());
             std::exit(1);
         }
         execute("pragma journal_mode=wal");
@@ -43,6 +43,8 @@ class Store {
     Store& operator=(const Store&) = delete;
 
     sqlite3* raw() const { return m_raw; }
+    // The database file of the library's default session.
+    const std::string& file() const { return m_file; }
 
     void execute(const char* sql) {
         char* message = nullptr;
@@ -68,6 +70,7 @@ class Store {
 
   private:
     std::filesystem::path m_dir;
+    std::string m_file;
     sqlite3* m_raw = nullptr;
 };
 

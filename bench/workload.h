@@ -5,6 +5,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -75,6 +76,60 @@ inline void readThroughLibrary(benchmark::State& state, const char* select) {
         }
     }
     state.SetItemsProcessed(state.iterations() * kRows);
+}
+
+// What a read of (id, name, value) rows saw, to check that the programs of one
+// comparison read the same values (checked once, outside the timed part).
+struct ReadSums {
+    long long ids = 0;
+    std::size_t textBytes = 0;
+    double values = 0;
+    long rows = 0;
+
+    void add(long long id, const std::string& name, double value) {
+        ids += id;
+        textBytes += name.size();
+        values += value;
+        ++rows;
+    }
+    bool operator==(const ReadSums& other) const {
+        return ids == other.ids && textBytes == other.textBytes && values == other.values &&
+               rows == other.rows;
+    }
+};
+
+// The sums of one read of select through CVORNReader.
+inline ReadSums sumsThroughLibrary(const char* select) {
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    CVORNsqlstr query;
+    query.assign(select);
+    CVORNReader reader;
+    ReadSums sums;
+    if (db->execReadSQL(query, reader) != 0) {
+        return sums;
+    }
+    while (reader.hasNextElement()) {
+        long id = 0;
+        std::string name;
+        double value = 0;
+        reader >> id >> name >> value;
+        sums.add(id, name, value);
+    }
+    return sums;
+}
+
+// Prints both sums and returns false when they differ.
+inline bool sameSums(const char* what, const ReadSums& library, const ReadSums& other) {
+    if (library == other) {
+        return true;
+    }
+    (void)std::fprintf(stderr,
+                       "%s read other values: library %ld rows, ids %lld, text %zu bytes, "
+                       "values %.17g; other %ld rows, ids %lld, text %zu bytes, values %.17g\n",
+                       what, library.rows, library.ids, library.textBytes, library.values,
+                       other.rows, other.ids, other.textBytes, other.values);
+    return false;
 }
 
 }  // namespace vorn::bench

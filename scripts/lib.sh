@@ -10,6 +10,7 @@ VORN_BUILD_PACKAGES=(
   libspdlog-dev    # the logging adapter
   libgtest-dev     # the test suite
   libbenchmark-dev # the benchmark programs
+  libsoci-dev      # the read benchmark's peer
 )
 
 # Debian packages scripts/lint needs on top of the build packages.

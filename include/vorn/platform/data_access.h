@@ -70,8 +70,18 @@ class VORN_API ExecResult {
 };
 
 /// One field of a fetched row, as text. NULL reads as the empty text.
+///
+/// A row fetched for a target flagged kFlagNumbersAsValues may also hold
+/// integers and reals as the store holds them, without their text (see kind()).
 class VORN_API FieldValue {
   public:
+    /// What a field holds.
+    enum class Kind : std::uint8_t {
+        Text,     ///< text (str())
+        Integer,  ///< a 64-bit integer (integer()); str() is empty
+        Real      ///< a double (real()); str() is empty
+    };
+
     /// An empty field.
     FieldValue() = default;
     /// A field holding text.
@@ -84,14 +94,45 @@ class VORN_API FieldValue {
     /// Hands the text out, leaving the field empty.
     std::string take() noexcept { return std::move(m_text); }
     /// Replaces the text with size bytes from data (NUL bytes included).
-    void assign(const char* data, std::size_t size) { m_text.assign(data, size); }
+    void assign(const char* data, std::size_t size) {
+        m_kind = Kind::Text;
+        m_text.assign(data, size);
+    }
     /// Replaces the text.
-    void assign(std::string text) noexcept { m_text = std::move(text); }
+    void assign(std::string text) noexcept {
+        m_kind = Kind::Text;
+        m_text = std::move(text);
+    }
     /// Empties the text.
-    void clear() noexcept { m_text.clear(); }
+    void clear() noexcept {
+        m_kind = Kind::Text;
+        m_text.clear();
+    }
+
+    /// Makes the field hold an integer, without text.
+    void setInteger(std::int64_t value) noexcept {
+        m_kind = Kind::Integer;
+        m_integer = value;
+        m_text.clear();
+    }
+    /// Makes the field hold a double, without text.
+    void setReal(double value) noexcept {
+        m_kind = Kind::Real;
+        m_real = value;
+        m_text.clear();
+    }
+    /// What the field holds.
+    Kind kind() const noexcept { return m_kind; }
+    /// The integer of a field of kind Integer.
+    std::int64_t integer() const noexcept { return m_integer; }
+    /// The double of a field of kind Real.
+    double real() const noexcept { return m_real; }
 
   private:
     std::string m_text;
+    std::int64_t m_integer = 0;
+    double m_real = 0;
+    Kind m_kind = Kind::Text;
 };
 
 /// One fetched row: a field per column, in the order of the columns.
@@ -184,7 +225,10 @@ class VORN_API DataSession {
     /// the last read: one FieldValue per column, reusing the Row's storage.
     /// Text forms: NULL is the empty text, integers are decimal, floating-point
     /// values the shortest text that reads back (strtod) to the same double,
-    /// text and blobs their bytes as stored. False at the end of the result
+    /// text and blobs their bytes as stored; with kFlagNumbersAsValues on the
+    /// target's descriptor, integers and floating-point values the store holds
+    /// as such come as FieldValue::Kind::Integer and Kind::Real instead of
+    /// their text. False at the end of the result
     /// (status success) or on failure (status set; errc::kNoResult when no read
     /// ran on this object, errc::kBadParameters for a wrong rowTarget).
     /// maxRows is a fetch size hint for backends that fetch in chunks.

@@ -29,6 +29,9 @@ inline constexpr std::uint32_t kString = 41;  ///< element type std::string
 
 /// Descriptor flag: the reference does not own the object it points to.
 inline constexpr std::uint8_t kFlagReference = 0x20;
+/// Descriptor flag of a row target: fields may hold integers and reals as
+/// numbers instead of text (see FieldValue::kind).
+inline constexpr std::uint8_t kFlagNumbersAsValues = 0x40;
 
 struct ContainerRecord;
 

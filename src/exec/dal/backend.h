@@ -32,7 +32,10 @@ class Cursor {
     // text; integers are decimal; floating-point values are the shortest text
     // that reads back (strtod) to the same double; booleans "true" / "false";
     // texts and blobs are their bytes as stored; anything else the store's
-    // own text output.
+    // own text output. A value the store holds as a 64-bit integer or a
+    // double may instead be handed as that number (FieldValue::setInteger,
+    // setReal), which renderNumber (field_text.h) turns into exactly that
+    // text when the caller asks for text.
     virtual bool fetch(platform::Row& row, platform::ExecResult& status) = 0;
 };
 

@@ -4,6 +4,7 @@
 #include "exec/dal/backend.h"
 #include "exec/dal/batch_parameters.h"
 #include "exec/dal/connection_cache.h"
+#include "exec/dal/field_text.h"
 #include "exec/dal/inherited.h"
 #include "vorn/platform/data_access.h"
 #include "vorn/platform/error_codes.h"
@@ -165,7 +166,11 @@ bool DataSession::fetchRow(ExecResult& status, const TypedRef& rowTarget, int /*
         case Impl::Result::Open:
             break;
     }
-    if (m_impl->cursor->fetch(*static_cast<Row*>(rowTarget.object), status)) {
+    Row& row = *static_cast<Row*>(rowTarget.object);
+    if (m_impl->cursor->fetch(row, status)) {
+        if ((rowTarget.type.flags & kFlagNumbersAsValues) == 0) {
+            dal::renderNumbers(row);
+        }
         return true;
     }
     m_impl->cursor.reset();

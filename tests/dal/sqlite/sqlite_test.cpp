@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -18,6 +19,30 @@ using namespace std::string_literals;
 TEST_F(SqliteTest, FieldsKeepTheirBytesAndSqliteQuotingIsKnown) {
     EXPECT_EQ(query(m_session, "select 'a\xFF', x'00410042', 1 as [a;b], 2 as `c;d`"),
               (Rows{{"a\xFF", "\0A\0B"s, "1", "2"}}));
+}
+
+// Values SQLite holds as INTEGER or REAL reach a target flagged for numbers
+// as those numbers; texts, blobs and NULL as their bytes.
+TEST_F(SqliteTest, IntegersAndRealsComeAsNumbersToATargetThatTakesThem) {
+    using Kind = platform::FieldValue::Kind;
+    DataSession s(m_session.c_str());
+    open(s, "select -9223372036854775808, 2.5, '7', x'41', NULL");
+    Row row;
+    TypedRef target = rowTarget(row);
+    target.type.flags |= platform::kFlagNumbersAsValues;
+    ExecResult status;
+    ASSERT_TRUE(s.fetchRow(status, target, 100)) << detailOf(status);
+    ASSERT_EQ(row.size(), 5U);
+    EXPECT_EQ(row[0].kind(), Kind::Integer);
+    EXPECT_EQ(row[0].integer(), INT64_MIN);
+    EXPECT_EQ(row[1].kind(), Kind::Real);
+    EXPECT_EQ(row[1].real(), 2.5);
+    for (std::size_t i = 2; i < row.size(); ++i) {
+        EXPECT_EQ(row[i].kind(), Kind::Text) << i;
+    }
+    EXPECT_EQ(row[2].str(), "7");
+    EXPECT_EQ(row[3].str(), "A");
+    EXPECT_EQ(row[4].str(), "");
 }
 
 TEST_F(SqliteTest, UrlOptionsApplyAndMalformedOnesAreRefused) {

@@ -1,9 +1,40 @@
 #include "exec/dal/postgresql/cursor.h"
 
+#include <charconv>
+#include <cstdint>
+
 namespace vorn::dal {
 namespace {
 
 constexpr Oid kBoolOid = 16;
+constexpr Oid kInt8Oid = 20;
+constexpr Oid kInt2Oid = 21;
+constexpr Oid kInt4Oid = 23;
+
+PgCursor::Column columnOf(Oid type) {
+    switch (type) {
+        case kBoolOid:
+            return PgCursor::Column::Boolean;
+        case kInt8Oid:
+        case kInt2Oid:
+        case kInt4Oid:
+            return PgCursor::Column::Integer;
+        default:
+            return PgCursor::Column::Text;
+    }
+}
+
+// An integer column's text is the server's decimal, which is exactly the text
+// the field renders from the number (see renderNumber).
+void readInteger(const char* text, int size, platform::FieldValue& field) {
+    std::int64_t value = 0;
+    const std::from_chars_result result = std::from_chars(text, text + size, value);
+    if (result.ec == std::errc() && result.ptr == text + size) {
+        field.setInteger(value);
+    } else {
+        field.assign(text, static_cast<std::size_t>(size));
+    }
+}
 
 }  // namespace
 
@@ -31,9 +62,9 @@ void PgCursor::adopt() {
     m_chunkRows = result != nullptr ? PQntuples(result) : 0;
     m_nextRow = 0;
     const int fields = result != nullptr ? PQnfields(result) : 0;
-    m_isBoolean.assign(static_cast<std::size_t>(fields), false);
+    m_columns.resize(static_cast<std::size_t>(fields));
     for (int i = 0; i < fields; ++i) {
-        m_isBoolean[static_cast<std::size_t>(i)] = PQftype(result, i) == kBoolOid;
+        m_columns[static_cast<std::size_t>(i)] = columnOf(PQftype(result, i));
     }
     if (m_chunk.last()) {
         // The cursor has nothing more: free the server's side now rather than
@@ -65,11 +96,19 @@ bool PgCursor::fetch(platform::Row& row, platform::ExecResult& status) {
         platform::FieldValue& field = row[static_cast<std::size_t>(i)];
         if (PQgetisnull(result, m_nextRow, i) != 0) {
             field.clear();
-        } else if (m_isBoolean[static_cast<std::size_t>(i)]) {
-            field.assign(PQgetvalue(result, m_nextRow, i)[0] == 't' ? "true" : "false");
-        } else {
-            field.assign(PQgetvalue(result, m_nextRow, i),
-                         static_cast<std::size_t>(PQgetlength(result, m_nextRow, i)));
+            continue;
+        }
+        const char* text = PQgetvalue(result, m_nextRow, i);
+        switch (m_columns[static_cast<std::size_t>(i)]) {
+            case Column::Boolean:
+                field.assign(text[0] == 't' ? "true" : "false");
+                break;
+            case Column::Integer:
+                readInteger(text, PQgetlength(result, m_nextRow, i), field);
+                break;
+            case Column::Text:
+                field.assign(text, static_cast<std::size_t>(PQgetlength(result, m_nextRow, i)));
+                break;
         }
     }
     ++m_nextRow;

@@ -13,9 +13,10 @@ namespace vorn::dal {
 // (the first chunk comes with the read itself; see PgChunk for their sizes
 // and PgReads for the fetching), or a result read whole.
 //
-// Text form of the fields: PostgreSQL's text output, NULL as the empty text,
-// booleans as "true" / "false" (the server's "t" / "f" would not read as
-// numbers), floating-point values exact (shortest round-trip form).
+// Fields: integer columns (int2, int4, int8) as their numbers; the rest as
+// PostgreSQL's text output, NULL as the empty text, booleans as "true" /
+// "false" (the server's "t" / "f" would not read as numbers), floating-point
+// values exact (shortest round-trip form).
 class PgCursor final : public Cursor {
   public:
     // slot.name empty: first is the whole result.
@@ -25,6 +26,9 @@ class PgCursor final : public Cursor {
     PgCursor& operator=(const PgCursor&) = delete;
 
     bool fetch(platform::Row& row, platform::ExecResult& status) override;
+
+    // How a column's fields are read.
+    enum class Column { Text, Boolean, Integer };
 
   private:
     // Takes in the chunk m_chunk now holds.
@@ -37,7 +41,7 @@ class PgCursor final : public Cursor {
     PgChunk m_chunk;
     int m_chunkRows = 0;
     int m_nextRow = 0;
-    std::vector<bool> m_isBoolean;
+    std::vector<Column> m_columns;
 };
 
 }  // namespace vorn::dal

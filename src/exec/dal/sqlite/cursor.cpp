@@ -1,36 +1,25 @@
 #include "exec/dal/sqlite/cursor.h"
 
-#include <charconv>
 #include <cstddef>
-#include <cstdint>
 
 namespace vorn::dal {
 namespace {
 
-// Room for the longest shortest-round-trip double ("-2.2250738585072014e-308")
-// and any 64-bit integer.
-constexpr std::size_t kNumberBuffer = 32;
-
+// The connection is opened without SQLite's mutex (SQLITE_OPEN_NOMUTEX) and
+// used by one thread, so the column's value is read directly: one call finds
+// the column, the value calls that follow skip the statement's checks.
 void readField(sqlite3_stmt* stmt, int column, platform::FieldValue& field) {
-    switch (sqlite3_column_type(stmt, column)) {
-        case SQLITE_INTEGER: {
-            char buffer[kNumberBuffer];
-            const auto result =
-                std::to_chars(buffer, buffer + kNumberBuffer,
-                              static_cast<std::int64_t>(sqlite3_column_int64(stmt, column)));
-            field.assign(buffer, static_cast<std::size_t>(result.ptr - buffer));
+    sqlite3_value* value = sqlite3_column_value(stmt, column);
+    switch (sqlite3_value_type(value)) {
+        case SQLITE_INTEGER:
+            field.setInteger(sqlite3_value_int64(value));
             break;
-        }
-        case SQLITE_FLOAT: {
-            char buffer[kNumberBuffer];
-            const auto result =
-                std::to_chars(buffer, buffer + kNumberBuffer, sqlite3_column_double(stmt, column));
-            field.assign(buffer, static_cast<std::size_t>(result.ptr - buffer));
+        case SQLITE_FLOAT:
+            field.setReal(sqlite3_value_double(value));
             break;
-        }
         case SQLITE_TEXT: {
-            const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt, column));
-            const int size = sqlite3_column_bytes(stmt, column);
+            const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(value));
+            const int size = sqlite3_value_bytes(value);
             if (text == nullptr) {
                 field.clear();
             } else {
@@ -39,8 +28,8 @@ void readField(sqlite3_stmt* stmt, int column, platform::FieldValue& field) {
             break;
         }
         case SQLITE_BLOB: {
-            const void* blob = sqlite3_column_blob(stmt, column);
-            const int size = sqlite3_column_bytes(stmt, column);
+            const void* blob = sqlite3_value_blob(value);
+            const int size = sqlite3_value_bytes(value);
             if (blob == nullptr) {
                 field.clear();
             } else {

@@ -15,9 +15,10 @@ namespace vorn::dal {
 // current row and steps on at the following fetch, so the statement stays
 // open only while rows remain.
 //
-// Text form of the fields: NULL as the empty text, integers in decimal, REAL
-// as the shortest text that reads back to the same double, TEXT and BLOB
-// bytes as they are.
+// Fields: INTEGER and REAL values as the numbers they are (their text is
+// rendered only for a caller that wants text: integers in decimal, REAL as
+// the shortest text that reads back to the same double), NULL as the empty
+// text, TEXT and BLOB bytes as they are.
 class SqliteCursor final : public Cursor {
   public:
     // stmt has just returned SQLITE_ROW from its first step; it is finalized
