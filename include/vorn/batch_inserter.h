@@ -94,6 +94,12 @@ class VORN_API BatchInserter : public CVORNBase {
     void GetParam(std::map<std::string, BaseTypeVector>& out) const;
 
   private:
+    // CVORN runs the columns where they are, without a copy.
+    friend class MIRAsqlDB;
+    VORN_LOCAL const std::map<std::string, BaseTypeVector>& columns() const noexcept {
+        return m_paramMap;
+    }
+
     template <class T>
     VORN_LOCAL BatchInserter& append(BaseTypeVector::Type type,
                                      std::vector<T> BaseTypeVector::*column, T value, int logLine);

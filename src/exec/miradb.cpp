@@ -85,19 +85,21 @@ ExecResult run(DataSession& session, const std::string& id, SqlKind kind, const 
                             : session.execute(id, kind, sql, NoParameters{});
 }
 
+// The data-access layer only reads the columns of a batch, so the caller's
+// inserter stays as it was although the references are not const.
 template <class Vector>
-std::size_t referTo(TypedRef& ref, Vector& column) {
+std::size_t referTo(TypedRef& ref, const Vector& column) {
     vorn::platform::TypeRegistry::registerVectorType<Vector>(
         ref.type, vorn::platform::typecode::kContainer, "std::vector", 0);
     ref.type.flags |= vorn::platform::kFlagReference;
-    ref.object = &column;
+    ref.object = const_cast<Vector*>(&column);  // NOLINT(cppcoreguidelines-pro-type-const-cast)
     return column.size();
 }
 
 // Points ref at the vector that holds column's values and returns its length;
 // a column of an unknown type has no reference and length 0.
 std::size_t referToColumn(vorn::platform::ParamRefMap& refs, const std::string& key,
-                          BaseTypeVector& column) {
+                          const BaseTypeVector& column) {
     switch (column.m_type) {
         case BaseTypeVector::TYPE_STRING:
             return referTo(refs[key], column.m_strVec);
@@ -216,10 +218,9 @@ unsigned long MIRAsqlDB::ExecBatchInserter(const BatchInserter& batch) {
         return refuse(StatementKind::Batch, name, start, kExecBatch, 97,
                       "ExecBatchInserter! strSQL is empty string!");
     }
-    // The one copy of the columns this call makes; the references below point
-    // into it, never into the caller's inserter.
-    std::map<std::string, BaseTypeVector> paramMap;
-    batch.GetParam(paramMap);
+    // The references below point into the caller's columns, which stay
+    // unchanged: a batch is bound where it is, never copied.
+    const std::map<std::string, BaseTypeVector>& paramMap = batch.columns();
     if (paramMap.empty()) {
         Logger::info(SourceLocation{kUnit, kExecBatch, 105},
                      LogScrubber::scrub(tagged("ExecBatchInserter! paramMap is empty!")));
@@ -229,7 +230,7 @@ unsigned long MIRAsqlDB::ExecBatchInserter(const BatchInserter& batch) {
     vorn::platform::ParamRefMap refs;
     std::uint32_t rows = 0;
     bool firstColumn = true;
-    for (auto& [key, column] : paramMap) {
+    for (const auto& [key, column] : paramMap) {
         // Only the low 32 bits of the lengths are compared.
         const auto count = static_cast<std::uint32_t>(referToColumn(refs, key, column));
         if (!firstColumn && count != rows) {

@@ -37,6 +37,10 @@ struct ContainerRecord {
     void* (*appendCopy)(void* container, const void* element) = nullptr;
 
     std::uint32_t elementCode = 0;  // typecode::kString, kInt64, ...
+    // The distance in bytes between neighbouring elements when the container
+    // keeps them contiguous (std::vector), so that a walk needs no call per
+    // element; 0 when it does not.
+    std::size_t elementStride = 0;
     // The low byte of the registration flags, with bits 0x10 and 0x20 cleared.
     std::uint8_t flags = 0;
 };

@@ -92,18 +92,30 @@ ExecResult batchColumnEnded() {
     return ExecResult::failure(errc::kBadParameters, "batch column ended before its count");
 }
 
-BatchRowWalker::BatchRowWalker(const std::vector<const BatchColumn*>& columns)
-    : m_columns(columns) {
-    m_elements.reserve(columns.size());
+BatchRowWalker::BatchRowWalker(const std::vector<const BatchColumn*>& columns) {
+    m_columns.reserve(columns.size());
     for (const BatchColumn* column : columns) {
-        m_elements.push_back(column->record->first(column->container));
+        const platform::ContainerRecord& record = *column->record;
+        Position position{column, record.first(column->container), record.elementStride, nullptr};
+        if (position.element != nullptr && position.stride != 0) {
+            position.end = static_cast<const char*>(position.element) +
+                           record.count(column->container) * position.stride;
+        }
+        m_columns.push_back(position);
     }
 }
 
 void BatchRowWalker::next() noexcept {
-    for (std::size_t i = 0; i < m_columns.size(); ++i) {
-        if (m_elements[i] != nullptr) {
-            m_elements[i] = m_columns[i]->record->next(m_columns[i]->container, m_elements[i]);
+    for (Position& position : m_columns) {
+        if (position.element == nullptr) {
+            continue;
+        }
+        if (position.stride != 0) {
+            char* following = static_cast<char*>(position.element) + position.stride;
+            position.element = following < position.end ? following : nullptr;
+        } else {
+            position.element =
+                position.column->record->next(position.column->container, position.element);
         }
     }
 }

@@ -37,20 +37,26 @@ struct BatchValue {
     const std::string& text() const noexcept { return as<std::string>(); }
 };
 
-// Walks the bound columns of a batch row by row, through the element
-// operations of their records.
+// Walks the bound columns of a batch row by row: by pointer arithmetic over
+// contiguous elements, otherwise through the element operations of their
+// records.
 class BatchRowWalker {
   public:
     explicit BatchRowWalker(const std::vector<const BatchColumn*>& columns);
 
     // The current row's element of bound column i (null past the end).
-    const void* element(std::size_t i) const noexcept { return m_elements[i]; }
+    const void* element(std::size_t i) const noexcept { return m_columns[i].element; }
     // Moves every column to its next element.
     void next() noexcept;
 
   private:
-    const std::vector<const BatchColumn*>& m_columns;
-    std::vector<void*> m_elements;
+    struct Position {
+        const BatchColumn* column = nullptr;
+        void* element = nullptr;
+        std::size_t stride = 0;     // the record's elementStride
+        const void* end = nullptr;  // past the last element, when stride is known
+    };
+    std::vector<Position> m_columns;
 };
 
 // A batch's parameter set, checked and ready for a backend to bind: the

@@ -71,6 +71,7 @@ struct VectorOperations {
         record.clear = &clear;
         record.appendDefault = &appendDefault;
         record.appendCopy = &appendCopy;
+        record.elementStride = sizeof(T);
     }
 };
 
