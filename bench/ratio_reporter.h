@@ -2,6 +2,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <map>
 #include <string>
@@ -19,6 +20,9 @@ class RatioReporter : public ::benchmark::ConsoleReporter {
         std::string label;
         std::string library;
         std::string baseline;
+        // Compare CPU time instead of wall time: for work whose wall time is
+        // dominated by waits both sides share (a commit's sync to disk).
+        bool cpuTime = false;
     };
 
     explicit RatioReporter(std::vector<Pair> pairs) : m_pairs(std::move(pairs)) {}
@@ -26,17 +30,21 @@ class RatioReporter : public ::benchmark::ConsoleReporter {
     void ReportRuns(const std::vector<Run>& runs) override {
         ConsoleReporter::ReportRuns(runs);
         // With --benchmark_repetitions the median of the repetitions is used,
-        // otherwise the single run.
+        // otherwise the single run. Each repetition is kept too, for the spread.
         for (const auto& run : runs) {
             if (run.error_occurred) {
                 continue;
             }
             const std::string& name = run.run_name.function_name;
+            const Times times{run.GetAdjustedRealTime(), run.GetAdjustedCPUTime()};
             if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
-                m_times[name] = run.GetAdjustedRealTime();
+                m_times[name] = times;
                 m_fromMedian[name] = true;
-            } else if (run.run_type == Run::RT_Iteration && !m_fromMedian[name]) {
-                m_times[name] = run.GetAdjustedRealTime();
+            } else if (run.run_type == Run::RT_Iteration) {
+                m_repetitions[name].push_back(times);
+                if (!m_fromMedian[name]) {
+                    m_times[name] = times;
+                }
             }
         }
     }
@@ -47,19 +55,47 @@ class RatioReporter : public ::benchmark::ConsoleReporter {
         for (const auto& pair : m_pairs) {
             const auto library = m_times.find(pair.library);
             const auto baseline = m_times.find(pair.baseline);
-            if (library == m_times.end() || baseline == m_times.end() || baseline->second <= 0) {
+            if (library == m_times.end() || baseline == m_times.end() ||
+                library->second.of(pair.cpuTime) <= 0 || baseline->second.of(pair.cpuTime) <= 0) {
                 continue;
             }
-            const double ratio = library->second / baseline->second;
-            std::printf("%-58s %11.2fx   (throughput %.2f of the baseline)\n", pair.label.c_str(),
-                        ratio, 1.0 / ratio);
+            const double ratio =
+                library->second.of(pair.cpuTime) / baseline->second.of(pair.cpuTime);
+            std::printf("%-58s %11.2fx   (throughput %.2f of the baseline%s)\n", pair.label.c_str(),
+                        ratio, 1.0 / ratio, pair.cpuTime ? ", CPU time" : "");
+            printSpread(pair);
         }
     }
 
   private:
+    struct Times {
+        double real = 0;
+        double cpu = 0;
+        double of(bool cpuTime) const { return cpuTime ? cpu : real; }
+    };
+
+    // The smallest and largest ratio of the i-th repetitions of the pair.
+    void printSpread(const Pair& pair) {
+        const std::vector<Times>& library = m_repetitions[pair.library];
+        const std::vector<Times>& baseline = m_repetitions[pair.baseline];
+        const std::size_t count = std::min(library.size(), baseline.size());
+        if (count < 2) {
+            return;
+        }
+        double low = 0;
+        double high = 0;
+        for (std::size_t i = 0; i < count; ++i) {
+            const double ratio = library[i].of(pair.cpuTime) / baseline[i].of(pair.cpuTime);
+            low = i == 0 ? ratio : std::min(low, ratio);
+            high = i == 0 ? ratio : std::max(high, ratio);
+        }
+        std::printf("%-58s %11.2fx - %.2fx over %zu repetitions\n", "", low, high, count);
+    }
+
     std::vector<Pair> m_pairs;
-    std::map<std::string, double> m_times;
+    std::map<std::string, Times> m_times;
     std::map<std::string, bool> m_fromMedian;
+    std::map<std::string, std::vector<Times>> m_repetitions;
 };
 
 // main() for a benchmark program that prints the ratios of the given pairs.
