@@ -22,7 +22,11 @@ inline std::size_t totalSize(std::initializer_list<std::string_view> pieces) {
 
 inline void copyPieces(char* next, std::initializer_list<std::string_view> pieces) {
     for (const std::string_view piece : pieces) {
-        if (!piece.empty()) {
+        // Most pieces are one character (a parenthesis, a quote, a comma),
+        // which needs no call of memcpy.
+        if (piece.size() == 1) {
+            *next++ = piece.front();
+        } else if (!piece.empty()) {
             std::memcpy(next, piece.data(), piece.size());
             next += piece.size();
         }
