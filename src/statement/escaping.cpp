@@ -36,14 +36,6 @@ void appendEscaped(std::string& out, std::string_view text) {
     }
 }
 
-void appendEscapedValue(std::string& out, const std::string& text) {
-    if (hasQuote(text)) {
-        out.append(CSQLiteUtil::getInstance()->replaceSpecialChar(text));
-    } else {
-        out.append(text);
-    }
-}
-
 void appendEscapedValue(std::string& out, std::string_view text) {
     if (hasQuote(text)) {
         out.append(CSQLiteUtil::getInstance()->replaceSpecialChar(std::string(text)));

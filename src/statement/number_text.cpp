@@ -6,6 +6,7 @@
 
 #include "vorn/keywords.h"
 #include "vorn/platform/logger.h"
+#include "vorn/platform/safe_c.h"
 
 namespace vorn::detail {
 
@@ -18,8 +19,7 @@ bool decimalPointIsDot() {
     return point != nullptr && point[0] == '.' && point[1] == '\0';
 }
 
-}  // namespace
-
+// Logs "[VORNLib]" + site.message, scrubbed, at error level.
 void logFormatFailure(const FormatSite& site) {
     std::string text;
     text.reserve(text::kLogTag.size() + site.message.size());
@@ -29,6 +29,9 @@ void logFormatFailure(const FormatSite& site) {
                             platform::LogScrubber::scrub(text));
 }
 
+// Appends the text of a buffer filled by snprintf_s. `written` is its result:
+// on success exactly that many characters are appended; on -1 the failure is
+// logged and the buffer is appended up to its first zero byte.
 void appendNumber(std::string& out, const char* buffer, int written, const FormatSite& site) {
     if (written < 0) {
         logFormatFailure(site);
@@ -37,6 +40,8 @@ void appendNumber(std::string& out, const char* buffer, int written, const Forma
     }
     out.append(buffer, static_cast<std::size_t>(written));
 }
+
+}  // namespace
 
 void appendFixed(std::string& out, const FormatSite& site, std::string_view prefix, double value) {
     // std::to_chars with a precision rounds the exact binary value as printf

@@ -7,8 +7,6 @@
 #include <string_view>
 #include <type_traits>
 
-#include "vorn/platform/safe_c.h"
-
 // Printing of numbers into SQL text, shared by the conditions and the builders.
 //
 // The text is printf's: integers as "%d", "%ld" or "%lu" print them, floating
@@ -35,24 +33,6 @@ struct FormatSite {
     int line;
     std::string_view message;
 };
-
-// Logs "[VORNLib]" + site.message, scrubbed, at error level.
-void logFormatFailure(const FormatSite& site);
-
-// Appends the text of a buffer filled by snprintf_s. `written` is its result:
-// on success exactly that many characters are appended; on -1 the failure is
-// logged and the buffer is appended up to its first zero byte.
-void appendNumber(std::string& out, const char* buffer, int written, const FormatSite& site);
-
-// Prints one value with a printf format into a zero-filled buffer and appends
-// the text to out, reporting a failure from site (see appendNumber).
-template <class T>
-void appendFormatted(std::string& out, const FormatSite& site, const char* format, T value) {
-    char buffer[kNumberBufferSize] = {};
-    const int written =
-        platform::snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, format, value);
-    appendNumber(out, buffer, written, site);
-}
 
 // The decimal text of an integer, held on the stack: the text "%d" (int and
 // the smaller types), "%ld" (long) or "%lu" (unsigned long) gives.
