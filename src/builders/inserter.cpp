@@ -17,7 +17,7 @@ using vorn::detail::FormatSite;
 
 namespace {
 
-// Every number of the inserter reports its formatting failure from here.
+// A floating point value too long for its text reports the failure from here.
 constexpr FormatSite kSetValueSite{"CVORNInserter", "SetValue", 33,
                                    "CVORNInserter::operator<<.snprintf_s failed"};
 
