@@ -35,6 +35,11 @@ class VORN_API CVORNCriterion {
     CVORNCriterion& operator||(const CVORNCriterion& other);
 
   private:
+    // The builders copy the text straight into their condition clause.
+    friend class CVORNSelector;
+    friend class CVORNUpdater;
+    friend class CVORNDeleter;
+
     VORN_LOCAL CVORNCriterion& join(std::string_view joiner, const CVORNCriterion& other);
 
     std::string m_text;

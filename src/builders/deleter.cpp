@@ -1,5 +1,6 @@
 #include "vorn/deleter.h"
 
+#include "statement/text_concat.h"
 #include "vorn/keywords.h"
 
 CVORNDeleter::~CVORNDeleter() = default;
@@ -13,19 +14,12 @@ CVORNTable CVORNDeleter::table(const std::string& name) {
 }
 
 void CVORNDeleter::where(const CVORNCriterion& condition) {
-    m_where.assign(vorn::sql::kWhere).append(condition.toString());
+    m_where = vorn::detail::concat({vorn::sql::kWhere, condition.m_text});
 }
 
 std::string CVORNDeleter::toString() const {
-    std::string sql;
-    sql.reserve(m_attachSQL.size() + vorn::sql::kDeleteFrom.size() + m_tableList.size() +
-                m_where.size() + m_detachSQL.size());
-    sql.append(m_attachSQL)
-        .append(vorn::sql::kDeleteFrom)
-        .append(m_tableList)
-        .append(m_where)
-        .append(m_detachSQL);
-    return sql;
+    return vorn::detail::concat(
+        {m_attachSQL, vorn::sql::kDeleteFrom, m_tableList, m_where, m_detachSQL});
 }
 
 void CVORNDeleter::clear() {

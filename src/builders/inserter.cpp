@@ -4,20 +4,32 @@
 
 #include "statement/escaping.h"
 #include "statement/number_text.h"
+#include "statement/text_concat.h"
 #include "vorn/keywords.h"
-#include "vorn/platform/safe_c.h"
 #include "vorn/sqlite_util.h"
 
+using vorn::detail::appendConcat;
+using vorn::detail::concat;
+using vorn::detail::DecimalText;
+using vorn::detail::escaped;
+using vorn::detail::escapedValue;
 using vorn::detail::FormatSite;
 
 namespace {
 
-// Every number of the inserter reports its formatting failure from here.
+// A floating point value too long for its text reports the failure from here.
 constexpr FormatSite kSetValueSite{"CVORNInserter", "SetValue", 33,
                                    "CVORNInserter::operator<<.snprintf_s failed"};
 
 // Unsigned values from 4294967295 up are written as 0.
 constexpr unsigned long kUnsignedClamp = 4294967295UL;
+
+// Appends one value's pieces to the value list, after " values(" for the
+// first value and "," for every later one (as beginValue() does).
+void appendValue(std::string& values, std::string_view first, std::string_view second = {},
+                 std::string_view third = {}) {
+    appendConcat(values, {values.empty() ? vorn::sql::kValues : ",", first, second, third});
+}
 
 }  // namespace
 
@@ -31,12 +43,8 @@ CVORNTable CVORNInserter::table(const std::string& name) {
 }
 
 CVORNInserter& CVORNInserter::operator[](const std::string& column) {
-    if (m_columns.empty()) {
-        m_columns.assign(" (");
-    } else {
-        m_columns.push_back(',');
-    }
-    vorn::detail::appendEscaped(m_columns, column);
+    std::string storage;
+    appendConcat(m_columns, {m_columns.empty() ? " (" : ",", escaped(column, storage)});
     return *this;
 }
 
@@ -49,15 +57,13 @@ void CVORNInserter::beginValue() {
 }
 
 CVORNInserter& CVORNInserter::operator<<(const CVORNNull& /*value*/) {
-    beginValue();
-    m_values.append("NULL");
+    appendValue(m_values, "NULL");
     return *this;
 }
 
 CVORNInserter& CVORNInserter::operator<<(const bool& value) {
     // A boolean is written as 1 or 0, never as TRUE/FALSE.
-    beginValue();
-    vorn::detail::appendFormatted(m_values, kSetValueSite, "%d", static_cast<int>(value));
+    appendValue(m_values, DecimalText(static_cast<int>(value)));
     return *this;
 }
 
@@ -82,33 +88,27 @@ CVORNInserter& CVORNInserter::operator<<(const char* value) {
 }
 
 CVORNInserter& CVORNInserter::operator<<(const std::string& value) {
-    beginValue();
-    m_values.push_back('\'');
-    vorn::detail::appendEscapedValue(m_values, value);
-    m_values.push_back('\'');
+    std::string storage;
+    appendValue(m_values, "'", escapedValue(value, storage), "'");
     return *this;
 }
 
 CVORNInserter& CVORNInserter::operator<<(const short& value) {
-    beginValue();
-    vorn::detail::appendFormatted(m_values, kSetValueSite, "%d", value);
+    appendValue(m_values, DecimalText(value));
     return *this;
 }
 
 CVORNInserter& CVORNInserter::operator<<(const int& value) {
-    beginValue();
-    vorn::detail::appendFormatted(m_values, kSetValueSite, "%d", value);
+    appendValue(m_values, DecimalText(value));
     return *this;
 }
 
 CVORNInserter& CVORNInserter::operator<<(const unsigned short& value) {
-    beginValue();
-    vorn::detail::appendFormatted(m_values, kSetValueSite, "%d", static_cast<int>(value));
+    appendValue(m_values, DecimalText(static_cast<int>(value)));
     return *this;
 }
 
 CVORNInserter& CVORNInserter::operator<<(const unsigned int& value) {
-    beginValue();
     unsigned long wide = value;
     if (wide == kUnsignedClamp) {
         wide = 0;
@@ -116,45 +116,36 @@ CVORNInserter& CVORNInserter::operator<<(const unsigned int& value) {
     // Written with the signed format: 2147483648 to 4294967294 come out as
     // their negative 32-bit reading (3000000000 -> -1294967296).
     const auto asSigned = static_cast<int>(static_cast<unsigned int>(wide));
-    vorn::detail::appendFormatted(m_values, kSetValueSite, "%d", asSigned);
+    appendValue(m_values, DecimalText(asSigned));
     return *this;
 }
 
 CVORNInserter& CVORNInserter::operator<<(const unsigned long& value) {
-    beginValue();
     const unsigned long clamped = value >= kUnsignedClamp ? 0UL : value;
-    vorn::detail::appendFormatted(m_values, kSetValueSite, "%lu", clamped);
+    appendValue(m_values, DecimalText(clamped));
     return *this;
 }
 
 CVORNInserter& CVORNInserter::operator<<(const long& value) {
-    beginValue();
-    vorn::detail::appendFormatted(m_values, kSetValueSite, "%ld", value);
+    appendValue(m_values, DecimalText(value));
     return *this;
 }
 
 CVORNInserter& CVORNInserter::operator<<(const float& value) {
     beginValue();
-    vorn::detail::appendFormatted(m_values, kSetValueSite, "%f", static_cast<double>(value));
+    vorn::detail::appendFixed(m_values, kSetValueSite, "", static_cast<double>(value));
     return *this;
 }
 
 CVORNInserter& CVORNInserter::operator<<(const double& value) {
     beginValue();
-    vorn::detail::appendFormatted(m_values, kSetValueSite, "%f", value);
+    vorn::detail::appendFixed(m_values, kSetValueSite, "", value);
     return *this;
 }
 
 std::string CVORNInserter::toString() const {
-    std::string sql;
-    sql.reserve(m_insertInto.size() + m_table.size() + m_columns.size() + m_values.size() + 2);
-    sql.append(m_insertInto).append(m_table);
-    if (!m_columns.empty()) {
-        sql.append(m_columns).append(1, ')');
-    }
     // The closing parenthesis of the value list is written even without values.
-    sql.append(m_values).append(1, ')');
-    return sql;
+    return concat({m_insertInto, m_table, m_columns, m_columns.empty() ? "" : ")", m_values, ")"});
 }
 
 void CVORNInserter::clear() {

@@ -4,16 +4,15 @@
 
 #include "statement/escaping.h"
 #include "statement/number_text.h"
+#include "statement/text_concat.h"
 #include "vorn/keywords.h"
-#include "vorn/platform/safe_c.h"
 
-using vorn::detail::appendEscaped;
+using vorn::detail::appendConcat;
+using vorn::detail::concat;
+using vorn::detail::DecimalText;
+using vorn::detail::escaped;
 
 namespace {
-
-// Lines reported when printing the LIMIT count and the OFFSET.
-constexpr int kLimitCountLine = 158;
-constexpr int kLimitOffsetLine = 164;
 
 std::string_view compoundFragment(ENUM_COMPOUND_OP op) {
     switch (op) {
@@ -40,10 +39,8 @@ CVORNTable CVORNSelector::table(const std::string& name) {
 }
 
 void CVORNSelector::select(const std::string& column) {
-    if (!m_columns.empty()) {
-        m_columns.push_back(',');
-    }
-    appendEscaped(m_columns, column);
+    std::string storage;
+    appendConcat(m_columns, {m_columns.empty() ? "" : ",", escaped(column, storage)});
 }
 
 void CVORNSelector::select(const CVORNColumn& column) {
@@ -60,16 +57,10 @@ void CVORNSelector::distinct() {
 }
 
 void CVORNSelector::orderBy(const std::string& column, bool ascending) {
-    if (m_orderBy.empty()) {
-        m_orderBy.assign(vorn::sql::kOrderBy);
-    } else {
-        m_orderBy.push_back(',');
-    }
-    appendEscaped(m_orderBy, column);
+    std::string storage;
     // Ascending is the engine's default and is never written.
-    if (!ascending) {
-        m_orderBy.append(vorn::sql::kDesc);
-    }
+    appendConcat(m_orderBy, {m_orderBy.empty() ? vorn::sql::kOrderBy : ",",
+                             escaped(column, storage), ascending ? "" : vorn::sql::kDesc});
 }
 
 void CVORNSelector::orderBy(const CVORNColumn& column, bool ascending) {
@@ -77,29 +68,12 @@ void CVORNSelector::orderBy(const CVORNColumn& column, bool ascending) {
 }
 
 void CVORNSelector::where(const CVORNCriterion& condition) {
-    m_where.assign(vorn::sql::kWhere).append(condition.toString());
+    m_where = concat({vorn::sql::kWhere, condition.m_text});
 }
 
 void CVORNSelector::limit(unsigned int count, unsigned int offset) {
-    using vorn::detail::FormatSite;
-    using vorn::detail::kNumberBufferSize;
-    using vorn::detail::kNumberMaxChars;
-    static constexpr std::string_view kMessage = "CVORNSelector::limit.snprintf_s failed";
-
-    std::string limitText;
-    limitText.reserve(vorn::sql::kLimit.size() + vorn::sql::kOffset.size() + 20);
-    limitText.append(vorn::sql::kLimit);
-    // One buffer, zero-filled once, serves both numbers.
-    char buffer[kNumberBufferSize] = {};
-    int written =
-        vorn::platform::snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "%u", count);
-    vorn::detail::appendNumber(limitText, buffer, written,
-                               FormatSite{"CVORNSelector", "limit", kLimitCountLine, kMessage});
-    limitText.append(vorn::sql::kOffset);
-    written = vorn::platform::snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "%u", offset);
-    vorn::detail::appendNumber(limitText, buffer, written,
-                               FormatSite{"CVORNSelector", "limit", kLimitOffsetLine, kMessage});
-    m_limit.swap(limitText);
+    m_limit =
+        concat({vorn::sql::kLimit, DecimalText(count), vorn::sql::kOffset, DecimalText(offset)});
 }
 
 void CVORNSelector::compound(const CVORNSelector& other, ENUM_COMPOUND_OP op) {
@@ -112,22 +86,8 @@ void CVORNSelector::compound(const CVORNSelector& other, ENUM_COMPOUND_OP op) {
 std::string CVORNSelector::toString() const {
     const std::string_view columns =
         m_columns.empty() ? vorn::sql::kStar : std::string_view(m_columns);
-    std::string sql;
-    sql.reserve(m_attachSQL.size() + vorn::sql::kSelect.size() + m_distinct.size() +
-                columns.size() + vorn::sql::kFrom.size() + m_tableList.size() + m_where.size() +
-                m_compound.size() + m_orderBy.size() + m_limit.size() + m_detachSQL.size());
-    sql.append(m_attachSQL)
-        .append(vorn::sql::kSelect)
-        .append(m_distinct)
-        .append(columns)
-        .append(vorn::sql::kFrom)
-        .append(m_tableList)
-        .append(m_where)
-        .append(m_compound)
-        .append(m_orderBy)
-        .append(m_limit)
-        .append(m_detachSQL);
-    return sql;
+    return concat({m_attachSQL, vorn::sql::kSelect, m_distinct, columns, vorn::sql::kFrom,
+                   m_tableList, m_where, m_compound, m_orderBy, m_limit, m_detachSQL});
 }
 
 void CVORNSelector::clear() {

@@ -5,25 +5,25 @@
 
 #include "statement/escaping.h"
 #include "statement/number_text.h"
+#include "statement/text_concat.h"
 #include "vorn/keywords.h"
-#include "vorn/platform/safe_c.h"
 #include "vorn/sqlite_util.h"
 
+using vorn::detail::appendConcat;
+using vorn::detail::concat;
+using vorn::detail::DecimalText;
+using vorn::detail::escaped;
+using vorn::detail::escapedValue;
 using vorn::detail::FormatSite;
 
 namespace {
 
 constexpr std::string_view kAssignMessage = "CVORNUpdater::assign.snprintf_s failed";
 
-// Each assign overload reports its formatting failure from its own line.
+// Each floating point assign reports its formatting failure from its own line.
 constexpr FormatSite siteAt(int line) {
     return FormatSite{"CVORNUpdater", "assign", line, kAssignMessage};
 }
-constexpr FormatSite kShortSite = siteAt(106);
-constexpr FormatSite kIntSite = siteAt(121);
-constexpr FormatSite kUnsignedIntSite = siteAt(141);
-constexpr FormatSite kUnsignedLongSite = siteAt(160);
-constexpr FormatSite kLongSite = siteAt(175);
 constexpr FormatSite kFloatSite = siteAt(190);
 constexpr FormatSite kDoubleSite = siteAt(205);
 
@@ -42,12 +42,8 @@ CVORNTable CVORNUpdater::table(const std::string& name) {
 }
 
 CVORNUpdater& CVORNUpdater::operator[](const std::string& column) {
-    if (m_setList.empty()) {
-        m_setList.assign(vorn::sql::kSet);
-    } else {
-        m_setList.push_back(',');
-    }
-    vorn::detail::appendEscaped(m_setList, column);
+    std::string storage;
+    appendConcat(m_setList, {m_setList.empty() ? vorn::sql::kSet : ",", escaped(column, storage)});
     return *this;
 }
 
@@ -55,9 +51,8 @@ CVORNUpdater& CVORNUpdater::operator[](const std::string& column) {
 // "=" and the value.
 
 void CVORNUpdater::assign(const std::string& value) {
-    m_setList.append("='");
-    vorn::detail::appendEscapedValue(m_setList, value);
-    m_setList.push_back('\'');
+    std::string storage;
+    appendConcat(m_setList, {"='", escapedValue(value, storage), "'"});
 }
 
 void CVORNUpdater::assign(const char& value) {
@@ -77,34 +72,34 @@ void CVORNUpdater::assign(const char* value) {
 }
 
 void CVORNUpdater::assign(const short& value) {
-    vorn::detail::appendFormatted(m_setList, kShortSite, "=%d", value);
+    appendConcat(m_setList, {"=", DecimalText(value)});
 }
 
 void CVORNUpdater::assign(const int& value) {
-    vorn::detail::appendFormatted(m_setList, kIntSite, "=%d", value);
+    appendConcat(m_setList, {"=", DecimalText(value)});
 }
 
 void CVORNUpdater::assign(const unsigned int& value) {
     // Unlike the inserter, the unsigned format: 3000000000 stays 3000000000.
     const unsigned long wide = value == kUnsignedClamp ? 0UL : value;
-    vorn::detail::appendFormatted(m_setList, kUnsignedIntSite, "=%lu", wide);
+    appendConcat(m_setList, {"=", DecimalText(wide)});
 }
 
 void CVORNUpdater::assign(const unsigned long& value) {
     const unsigned long clamped = value >= kUnsignedClamp ? 0UL : value;
-    vorn::detail::appendFormatted(m_setList, kUnsignedLongSite, "=%lu", clamped);
+    appendConcat(m_setList, {"=", DecimalText(clamped)});
 }
 
 void CVORNUpdater::assign(const long& value) {
-    vorn::detail::appendFormatted(m_setList, kLongSite, "=%ld", value);
+    appendConcat(m_setList, {"=", DecimalText(value)});
 }
 
 void CVORNUpdater::assign(const float& value) {
-    vorn::detail::appendFormatted(m_setList, kFloatSite, "=%f", static_cast<double>(value));
+    vorn::detail::appendFixed(m_setList, kFloatSite, "=", static_cast<double>(value));
 }
 
 void CVORNUpdater::assign(const double& value) {
-    vorn::detail::appendFormatted(m_setList, kDoubleSite, "=%f", value);
+    vorn::detail::appendFixed(m_setList, kDoubleSite, "=", value);
 }
 
 void CVORNUpdater::assign(const CVORNNull& /*value*/) {
@@ -112,14 +107,11 @@ void CVORNUpdater::assign(const CVORNNull& /*value*/) {
 }
 
 void CVORNUpdater::where(const CVORNCriterion& condition) {
-    m_where.assign(vorn::sql::kWhere).append(condition.toString());
+    m_where = concat({vorn::sql::kWhere, condition.m_text});
 }
 
 std::string CVORNUpdater::toString() const {
-    std::string sql;
-    sql.reserve(m_update.size() + m_table.size() + m_setList.size() + m_where.size());
-    sql.append(m_update).append(m_table).append(m_setList).append(m_where);
-    return sql;
+    return concat({m_update, m_table, m_setList, m_where});
 }
 
 void CVORNUpdater::clear() {

@@ -1,5 +1,6 @@
 #include "vorn/criterion.h"
 
+#include "statement/text_concat.h"
 #include "vorn/keywords.h"
 
 CVORNCriterion::CVORNCriterion(const std::string& text) : m_text(text) {}
@@ -24,20 +25,10 @@ CVORNCriterion& CVORNCriterion::operator||(const CVORNCriterion& other) {
 }
 
 CVORNCriterion& CVORNCriterion::join(std::string_view joiner, const CVORNCriterion& other) {
-    if (&other == this) {
-        // Joining a criterion with itself: join the old text, kept aside.
-        const CVORNCriterion previous(*this);
-        return join(joiner, previous);
-    }
     // Only an empty left side goes without the joiner; the right side is taken
-    // as it is, empty or not.
-    const bool leftEmpty = m_text.empty();
-    m_text.reserve(m_text.size() + joiner.size() + other.m_text.size() + 2);
-    m_text.insert(m_text.begin(), '(');
-    if (!leftEmpty) {
-        m_text.append(joiner);
-    }
-    m_text.append(other.m_text);
-    m_text.push_back(')');
+    // as it is, empty or not. other may be this criterion itself: the new text
+    // is made before the old one is replaced.
+    const std::string_view separator = m_text.empty() ? std::string_view() : joiner;
+    m_text = vorn::detail::concat({"(", m_text, separator, other.m_text, ")"});
     return *this;
 }

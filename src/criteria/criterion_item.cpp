@@ -1,6 +1,7 @@
 #include <utility>
 
 #include "statement/escaping.h"
+#include "statement/text_concat.h"
 #include "vorn/base.h"
 #include "vorn/criterion.h"
 #include "vorn/keywords.h"
@@ -8,6 +9,8 @@
 #include "vorn/selector.h"
 
 using vorn::detail::appendEscaped;
+using vorn::detail::concat;
+using vorn::detail::escaped;
 
 CVORNCriterionItem::CVORNCriterionItem(std::string text) : m_text(std::move(text)) {}
 
@@ -28,21 +31,15 @@ CVORNCriterion CVORNCriterionItem::current() const {
 }
 
 CVORNCriterion CVORNCriterionItem::wrap() {
-    m_text.reserve(m_text.size() + 2);
-    m_text.insert(m_text.begin(), '(');
-    m_text.push_back(')');
+    m_text = concat({"(", m_text, ")"});
     return current();
 }
 
 CVORNCriterion CVORNCriterionItem::compareWithText(std::string_view prefix,
                                                    const std::string& value) {
-    // Room for the fragment, the value with a few doubled quotes and the
-    // parentheses, so that the text grows once.
-    m_text.reserve(m_text.size() + prefix.size() + value.size() + 8);
-    m_text.append(prefix);
-    appendEscaped(m_text, value);
-    m_text.push_back('\'');
-    return wrap();
+    std::string storage;
+    m_text = concat({"(", m_text, prefix, escaped(value, storage), "')"});
+    return current();
 }
 
 CVORNCriterionItem CVORNCriterionItem::operator[](const std::string& name) {
@@ -89,28 +86,27 @@ CVORNCriterion CVORNCriterionItem::like(const std::string& pattern) {
 // The operand is taken by value as the interface has it.
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 CVORNCriterion CVORNCriterionItem::operator==(CVORNCriterionItem other) {
-    m_text.push_back('=');
-    appendEscaped(m_text, other.m_text);
-    return wrap();
+    std::string storage;
+    m_text = concat({"(", m_text, "=", escaped(other.m_text, storage), ")"});
+    return current();
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 CVORNCriterion CVORNCriterionItem::operator!=(CVORNCriterionItem other) {
-    m_text.append("!=").append(other.m_text);
-    return wrap();
+    m_text = concat({"(", m_text, "!=", other.m_text, ")"});
+    return current();
 }
 
 CVORNCriterion CVORNCriterionItem::operator==(const std::string& value) {
-    m_text.append("='");
-    const std::string::size_type quote = value.find('\'');
-    if (quote == std::string::npos) {
-        m_text.append(value);  // nothing to double
+    const std::string_view text(value);
+    const std::string_view::size_type quote = text.find('\'');
+    if (quote == std::string_view::npos) {
+        m_text = concat({"(", m_text, "='", text, "')"});  // nothing to double
     } else {
         // Only the first quote is doubled; any later quote passes unchanged.
-        m_text.append(value, 0, quote).append(1, '\'').append(value, quote, std::string::npos);
+        m_text = concat({"(", m_text, "='", text.substr(0, quote), "'", text.substr(quote), "')"});
     }
-    m_text.push_back('\'');
-    return wrap();
+    return current();
 }
 
 CVORNCriterion CVORNCriterionItem::operator!=(const std::string& value) {
@@ -126,21 +122,21 @@ CVORNCriterion CVORNCriterionItem::operator>=(const std::string& value) {
 }
 
 CVORNCriterion CVORNCriterionItem::operator<=(const CVORNBase& sub) {
-    m_text.append(" <= (").append(sub.toString()).append(1, ')');
-    return wrap();
+    m_text = concat({"(", m_text, " <= (", sub.toString(), "))"});
+    return current();
 }
 
 CVORNCriterion CVORNCriterionItem::operator>=(const CVORNBase& sub) {
-    m_text.append(" >= (").append(sub.toString()).append(1, ')');
-    return wrap();
+    m_text = concat({"(", m_text, " >= (", sub.toString(), "))"});
+    return current();
 }
 
 CVORNCriterion CVORNCriterionItem::operator==(const char& c) {
-    m_text.append("='").append(1, c).append(1, '\'');
-    return wrap();
+    m_text = concat({"(", m_text, "='", std::string_view(&c, 1), "')"});
+    return current();
 }
 
 CVORNCriterion CVORNCriterionItem::operator!=(const char& c) {
-    m_text.append("!='").append(1, c).append(1, '\'');
-    return wrap();
+    m_text = concat({"(", m_text, "!='", std::string_view(&c, 1), "')"});
+    return current();
 }

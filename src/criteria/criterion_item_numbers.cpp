@@ -1,14 +1,12 @@
 #include <type_traits>
 
 #include "statement/number_text.h"
+#include "statement/text_concat.h"
 #include "vorn/criterion.h"
-#include "vorn/platform/logger.h"
-#include "vorn/platform/safe_c.h"
 
+using vorn::detail::concat;
+using vorn::detail::DecimalText;
 using vorn::detail::FormatSite;
-using vorn::detail::kNumberBufferSize;
-using vorn::detail::kNumberMaxChars;
-using vorn::platform::snprintf_s;
 
 namespace {
 
@@ -17,80 +15,59 @@ constexpr const char* kUnit = "CVORNCriterionItem";
 }  // namespace
 
 CVORNCriterion CVORNCriterionItem::operator==(const float& value) {
-    vorn::detail::appendFormatted(m_text,
-                                  FormatSite{kUnit, "operator==", __LINE__,
-                                             "CVORNCriterionItem::operator==.snprintf_s failed"},
-                                  "=%f", static_cast<double>(value));
+    vorn::detail::appendFixed(m_text,
+                              FormatSite{kUnit, "operator==", __LINE__,
+                                         "CVORNCriterionItem::operator==.snprintf_s failed"},
+                              "=", static_cast<double>(value));
     return wrap();
 }
 
 CVORNCriterion CVORNCriterionItem::operator==(const double& value) {
-    vorn::detail::appendFormatted(m_text,
-                                  FormatSite{kUnit, "operator==", __LINE__,
-                                             "CVORNCriterionItem::operator==.snprintf_s failed"},
-                                  "=%f", value);
+    vorn::detail::appendFixed(m_text,
+                              FormatSite{kUnit, "operator==", __LINE__,
+                                         "CVORNCriterionItem::operator==.snprintf_s failed"},
+                              "=", value);
     return wrap();
 }
 
 CVORNCriterion CVORNCriterionItem::operator!=(const float& value) {
-    vorn::detail::appendFormatted(m_text,
-                                  FormatSite{kUnit, "operator!=", __LINE__,
-                                             "CVORNCriterionItem::operator!=.snprintf_s failed"},
-                                  "!=%f", static_cast<double>(value));
+    vorn::detail::appendFixed(m_text,
+                              FormatSite{kUnit, "operator!=", __LINE__,
+                                         "CVORNCriterionItem::operator!=.snprintf_s failed"},
+                              "!=", static_cast<double>(value));
     return wrap();
 }
 
 CVORNCriterion CVORNCriterionItem::operator!=(const double& value) {
-    vorn::detail::appendFormatted(m_text,
-                                  FormatSite{kUnit, "operator!=", __LINE__,
-                                             "CVORNCriterionItem::operator!=.snprintf_s failed"},
-                                  "!=%f", value);
+    vorn::detail::appendFixed(m_text,
+                              FormatSite{kUnit, "operator!=", __LINE__,
+                                         "CVORNCriterionItem::operator!=.snprintf_s failed"},
+                              "!=", value);
     return wrap();
 }
 
 CVORNCriterion CVORNCriterionItem::operator>=(int value) {
-    vorn::detail::appendFormatted(m_text,
-                                  FormatSite{kUnit, "operator>=", __LINE__,
-                                             "CVORNCriterionItem::operator>=.snprintf_s failed"},
-                                  " >= %d", value);
-    return wrap();
+    m_text = concat({"(", m_text, " >= ", DecimalText(value), ")"});
+    return current();
 }
 
 CVORNCriterion CVORNCriterionItem::operator<=(int value) {
-    vorn::detail::appendFormatted(m_text,
-                                  FormatSite{kUnit, "operator<=", __LINE__,
-                                             "CVORNCriterionItem::operator<=.snprintf_s failed"},
-                                  " <= %d", value);
-    return wrap();
+    m_text = concat({"(", m_text, " <= ", DecimalText(value), ")"});
+    return current();
 }
 
 template <typename Int>
 CVORNCriterion CVORNCriterionItem::createCriterionWithInt(Int value, bool isEqual,
                                                           bool isUnsigned) {
     static_assert(std::is_integral_v<Int>, "integer comparisons only");
-    char buffer[kNumberBufferSize] = {};
-    int written = 0;
+    const std::string_view prefix = isEqual ? "=" : "!=";
     // Signed values are sign-extended to 64 bits, unsigned ones zero-extended.
     if (isUnsigned) {
-        const auto wide = static_cast<unsigned long>(value);
-        written = isEqual ? snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "=%lu", wide)
-                          : snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "!=%lu", wide);
+        m_text = concat({"(", m_text, prefix, DecimalText(static_cast<unsigned long>(value)), ")"});
     } else {
-        const auto wide = static_cast<long>(value);
-        written = isEqual ? snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "=%ld", wide)
-                          : snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, "!=%ld", wide);
+        m_text = concat({"(", m_text, prefix, DecimalText(static_cast<long>(value)), ")"});
     }
-    if (written < 0) {
-        // This path logs its plain message: no tag, no scrubbing.
-        vorn::platform::Logger::error(
-            vorn::detail::kFormatFailureCode,
-            vorn::platform::SourceLocation{kUnit, "createCriterionWithInt", __LINE__},
-            "CVORNCriterion createCriterionWithInt.snprintf_s failed");
-        m_text.append(buffer);
-    } else {
-        m_text.append(buffer, static_cast<std::size_t>(written));
-    }
-    return wrap();
+    return current();
 }
 
 CVORNCriterion CVORNCriterionItem::operator==(const short& value) {

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "exec/dal/write_once.h"
 #include "exec/diagnostics/call_record.h"
 #include "vorn/batch_inserter.h"
 #include "vorn/bound_statement.h"
@@ -201,12 +202,9 @@ unsigned long MIRAsqlDB::execWriteSQL(const CVORNBase& statement) {
         return refuse(StatementKind::Write, name, start, kExecWrite, 80,
                       "execWriteSQL! strSQL is empty string!");
     }
-    static const std::string id = vorn::platform::makeStatementId(kUnit, kExecWrite, 84);
-    ExecResult status;
-    {
-        DataSession session(name);
-        status = run(session, id, SqlKind::Write, sql, bound);
-    }
+    const ExecResult status = bound != nullptr
+                                  ? vorn::dal::writeOnce(name, sql, bound->parameters())
+                                  : vorn::dal::writeOnce(name, sql);
     return finish(StatementKind::Write, name, sql, start, kExecWrite, 86, status);
 }
 

@@ -13,7 +13,14 @@ void appendEscaped(std::string& out, std::string_view text);
 
 // The same for the text values of the inserter and the updater, whose quotes
 // are doubled by the escaping singleton (CSQLiteUtil::replaceSpecialChar).
-void appendEscapedValue(std::string& out, const std::string& text);
 void appendEscapedValue(std::string& out, std::string_view text);
+
+// text with every single quote doubled, as appendEscaped() writes it: text
+// itself when it holds no quote, otherwise the escaped copy, kept in storage.
+std::string_view escaped(std::string_view text, std::string& storage);
+
+// The same for the text values of the inserter and the updater
+// (appendEscapedValue).
+std::string_view escapedValue(std::string_view text, std::string& storage);
 
 }  // namespace vorn::detail

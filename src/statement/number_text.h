@@ -1,18 +1,23 @@
 #pragma once
 
+#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
-
-#include "vorn/platform/safe_c.h"
+#include <type_traits>
 
 // Printing of numbers into SQL text, shared by the conditions and the builders.
 //
-// Every number is printed with snprintf_s into a zero-filled buffer of
-// kNumberBufferSize bytes, at most kNumberMaxChars characters. When snprintf_s
-// reports -1 the failure is logged and the statement goes on with whatever the
-// buffer holds (empty, or the text cut at kNumberMaxChars characters).
+// The text is printf's: integers as "%d", "%ld" or "%lu" print them, floating
+// point values as "%f" (six decimals, no exponent), the whole fragment at most
+// kNumberMaxChars characters. An integer's text is at most 20 characters, so it
+// always fits and is made on the stack (DecimalText). A "%f" text is made by
+// std::to_chars when it fits and the locale's decimal point is '.'; otherwise
+// snprintf_s prints it into a zero-filled buffer of kNumberBufferSize bytes,
+// and a text that does not fit (a magnitude from about 1e190 up) makes it
+// report -1: the failure is logged and the statement goes on with the text cut
+// at kNumberMaxChars characters.
 namespace vorn::detail {
 
 inline constexpr std::size_t kNumberBufferSize = 200;
@@ -29,22 +34,32 @@ struct FormatSite {
     std::string_view message;
 };
 
-// Logs "[VORNLib]" + site.message, scrubbed, at error level.
-void logFormatFailure(const FormatSite& site);
+// The decimal text of an integer, held on the stack: the text "%d" (int and
+// the smaller types), "%ld" (long) or "%lu" (unsigned long) gives.
+class DecimalText {
+  public:
+    template <class Int>
+    explicit DecimalText(Int value)
+        : m_end(std::to_chars(m_digits, m_digits + sizeof m_digits, value).ptr) {
+        static_assert(std::is_integral_v<Int> && sizeof(Int) <= sizeof(long),
+                      "an integer up to long");
+    }
+    DecimalText(const DecimalText&) = delete;
+    DecimalText& operator=(const DecimalText&) = delete;
 
-// Appends the text of a buffer filled by snprintf_s. `written` is its result:
-// on success exactly that many characters are appended; on -1 the failure is
-// logged and the buffer is appended up to its first zero byte.
-void appendNumber(std::string& out, const char* buffer, int written, const FormatSite& site);
+    // NOLINTNEXTLINE(google-explicit-constructor): used as a piece of a text
+    operator std::string_view() const noexcept {
+        return std::string_view(m_digits, static_cast<std::size_t>(m_end - m_digits));
+    }
 
-// Prints one value with a printf format into a zero-filled buffer and appends
-// the text to out, reporting a failure from site (see appendNumber).
-template <class T>
-void appendFormatted(std::string& out, const FormatSite& site, const char* format, T value) {
-    char buffer[kNumberBufferSize] = {};
-    const int written =
-        platform::snprintf_s(buffer, kNumberBufferSize, kNumberMaxChars, format, value);
-    appendNumber(out, buffer, written, site);
-}
+  private:
+    char m_digits[24];
+    char* m_end;
+};
+
+// Appends prefix and the value as "%f" prints it in the current locale;
+// a text longer than kNumberMaxChars is cut and logged from site, as
+// appendFormatted does.
+void appendFixed(std::string& out, const FormatSite& site, std::string_view prefix, double value);
 
 }  // namespace vorn::detail

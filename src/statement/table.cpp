@@ -1,6 +1,7 @@
 #include <utility>
 
 #include "statement/escaping.h"
+#include "statement/text_concat.h"
 #include "vorn/base.h"
 #include "vorn/criterion.h"
 
@@ -20,9 +21,7 @@ CVORNCriterionItem CVORNTable::operator[](const std::string& columnName) const {
     if (m_tableName.empty()) {
         return CVORNCriterionItem(std::string());
     }
-    std::string text;
-    text.reserve(m_tableName.size() + 1 + columnName.size());
-    text.append(m_tableName).append(1, '.');
-    vorn::detail::appendEscaped(text, columnName);
-    return CVORNCriterionItem(std::move(text));
+    std::string storage;
+    return CVORNCriterionItem(
+        vorn::detail::concat({m_tableName, ".", vorn::detail::escaped(columnName, storage)}));
 }

@@ -6,6 +6,7 @@
 #include "exec/dal/connection_cache.h"
 #include "exec/dal/field_text.h"
 #include "exec/dal/inherited.h"
+#include "exec/dal/write_once.h"
 #include "vorn/platform/data_access.h"
 #include "vorn/platform/error_codes.h"
 
@@ -59,6 +60,19 @@ struct DataSession::Impl {
         result = Result::None;
     }
 
+    // Runs a statement that returns no rows to the caller (any kind but a read).
+    ExecResult write(const std::string& sql) {
+        endResult();
+        ExecResult status = connect();
+        return status.ok() ? connection->execute(sql) : status;
+    }
+
+    ExecResult writeBound(const std::string& sql, const BoundParameters& parameters) {
+        endResult();
+        ExecResult status = connect();
+        return status.ok() ? connection->executeBound(sql, parameters) : status;
+    }
+
     std::string name;
     // Declared before the cursor, which must go first.
     dal::ConnectionLease connection;
@@ -92,13 +106,13 @@ ExecResult DataSession::rollback() {
 
 ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind,
                                 const std::string& sql, NoParameters /*none*/) {
+    if (kind != SqlKind::Read) {
+        return m_impl->write(sql);
+    }
     m_impl->endResult();
     ExecResult status = m_impl->connect();
     if (!status.ok()) {
         return status;
-    }
-    if (kind != SqlKind::Read) {
-        return m_impl->connection->execute(sql);
     }
     return m_impl->opened(m_impl->connection->query(sql, m_impl->cursor));
 }
@@ -128,17 +142,18 @@ ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind
 
 ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind,
                                 const std::string& sql, const BoundParameters& parameters) {
-    m_impl->endResult();
     if (kind == SqlKind::Batch) {
+        m_impl->endResult();
         return ExecResult::failure(errc::kBadParameters,
                                    "bound values make one statement, not a batch");
     }
+    if (kind != SqlKind::Read) {
+        return m_impl->writeBound(sql, parameters);
+    }
+    m_impl->endResult();
     ExecResult status = m_impl->connect();
     if (!status.ok()) {
         return status;
-    }
-    if (kind != SqlKind::Read) {
-        return m_impl->connection->executeBound(sql, parameters);
     }
     return m_impl->opened(m_impl->connection->queryBound(sql, parameters, m_impl->cursor));
 }
@@ -179,3 +194,20 @@ bool DataSession::fetchRow(ExecResult& status, const TypedRef& rowTarget, int /*
 }
 
 }  // namespace vorn::platform
+
+namespace vorn::dal {
+
+// The session's state lives on the stack here: the same steps as a
+// DataSession made for the one call, without its allocation.
+platform::ExecResult writeOnce(const char* sessionName, const std::string& sql) {
+    platform::DataSession::Impl session(sessionName);
+    return session.write(sql);
+}
+
+platform::ExecResult writeOnce(const char* sessionName, const std::string& sql,
+                               const platform::BoundParameters& parameters) {
+    platform::DataSession::Impl session(sessionName);
+    return session.writeBound(sql, parameters);
+}
+
+}  // namespace vorn::dal

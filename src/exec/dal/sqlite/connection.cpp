@@ -8,6 +8,7 @@
 #include "exec/dal/sqlite/batch_writer.h"
 #include "exec/dal/sqlite/cursor.h"
 #include "exec/dal/sqlite/statement.h"
+#include "exec/platform/ascii.h"
 #include "vorn/platform/error_codes.h"
 
 namespace vorn::dal {
@@ -68,6 +69,13 @@ bool startsAsQuery(const std::string& sql) {
 // Whether sql makes a schema object only its own handle sees: CREATE TEMP
 // ..., CREATE TEMPORARY ..., ATTACH ...
 bool makesLocalSchema(const std::string& sql) {
+    // Text that starts with a letter starts with its first word, so one that
+    // starts with any letter but 'a' or 'c' needs no lexing (every write
+    // passes here).
+    const char lead = sql.empty() ? '\0' : platform::lowerAscii(sql[0]);
+    if (lead >= 'b' && lead <= 'z' && lead != 'c') {
+        return false;
+    }
     SqlLexer lexer(sql, kSqliteDialect);
     const SqlLexer::Token first = lexer.next();
     if (first.is(sql, "attach")) {
