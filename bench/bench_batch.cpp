@@ -85,5 +85,5 @@ int main(int argc, char** argv) {
     rows();
     return vorn::bench::runWithRatios(argc, argv,
                                       {{"batch of 100,000 rows (int64, text, double)",
-                                        "BM_Batch100k_Vorn", "BM_Batch100k_RawSqlite"}});
+                                        "BM_Batch100k_Vorn", "BM_Batch100k_RawSqlite", true}});
 }

@@ -39,6 +39,13 @@ inline TypedRef rowTarget(Row& row) {
     return TypedRef{{platform::typecode::kRowTarget, 0, nullptr}, &row};
 }
 
+// A row target that takes a store's integers and reals as numbers.
+inline TypedRef numbersRowTarget(Row& row) {
+    TypedRef target = rowTarget(row);
+    target.type.flags |= platform::kFlagNumbersAsValues;
+    return target;
+}
+
 // Opens a read on s; asserts that it started.
 inline void open(DataSession& s, const std::string& sql) {
     const ExecResult status = s.execute("dal_test:open:0", SqlKind::Read, sql, NoParameters{});

@@ -44,8 +44,7 @@ TEST_F(SessionTest, FieldsFlaggedForNumbersHoldTheValueOfTheirTextForm) {
         DataSession s(m_session.c_str());
         open(s, "select "s + c.expression);
         Row row;
-        TypedRef target = rowTarget(row);
-        target.type.flags |= platform::kFlagNumbersAsValues;
+        TypedRef target = numbersRowTarget(row);
         ExecResult status;
         ASSERT_TRUE(s.fetchRow(status, target, 100)) << detailOf(status);
         ASSERT_EQ(row.size(), 1U);

@@ -28,8 +28,7 @@ TEST_F(SqliteTest, IntegersAndRealsComeAsNumbersToATargetThatTakesThem) {
     DataSession s(m_session.c_str());
     open(s, "select -9223372036854775808, 2.5, '7', x'41', NULL");
     Row row;
-    TypedRef target = rowTarget(row);
-    target.type.flags |= platform::kFlagNumbersAsValues;
+    TypedRef target = numbersRowTarget(row);
     ExecResult status;
     ASSERT_TRUE(s.fetchRow(status, target, 100)) << detailOf(status);
     ASSERT_EQ(row.size(), 5U);
