@@ -96,14 +96,8 @@ double textToDouble(const std::string& text) {
 // text targets) stays with the text.
 static_assert(sizeof(long) == sizeof(std::int64_t), "long holds any 64-bit integer");
 
-bool exactNumber(const FieldValue& field, long& value) {
-    if (field.kind() != FieldValue::Kind::Integer) {
-        return false;
-    }
-    value = field.integer();
-    return true;
-}
-
+// An unsigned long takes every integer: strtoul reads a negative text as its
+// 64-bit two's complement, which the cast gives too.
 bool exactNumber(const FieldValue& field, unsigned long& value) {
     if (field.kind() != FieldValue::Kind::Integer) {
         return false;
@@ -112,6 +106,7 @@ bool exactNumber(const FieldValue& field, unsigned long& value) {
     return true;
 }
 
+// The signed and narrower targets (long included) take the integers in their range.
 template <class T>
 bool exactNumber(const FieldValue& field, T& value) {
     static_assert(std::is_integral_v<T>, "only integer targets of the stream");

@@ -42,7 +42,7 @@ ExecResult BatchParameters::collect(const platform::TypedRef& parameters, BatchP
             return badColumn(key, "not a container reference");
         }
         if (!isSupportedElement(record->elementCode) || record->count == nullptr ||
-            record->first == nullptr || record->next == nullptr) {
+            record->first == nullptr || record->elementStride == 0) {
             return badColumn(key, "unsupported element type");
         }
         const std::size_t count = record->count(ref.object);
@@ -96,26 +96,18 @@ BatchRowWalker::BatchRowWalker(const std::vector<const BatchColumn*>& columns) {
     m_columns.reserve(columns.size());
     for (const BatchColumn* column : columns) {
         const platform::ContainerRecord& record = *column->record;
-        Position position{column, record.first(column->container), record.elementStride, nullptr};
-        if (position.element != nullptr && position.stride != 0) {
-            position.end = static_cast<const char*>(position.element) +
-                           record.count(column->container) * position.stride;
-        }
-        m_columns.push_back(position);
+        const auto* first = static_cast<const char*>(record.first(column->container));
+        const std::size_t count = first == nullptr ? 0 : record.count(column->container);
+        m_columns.push_back(
+            Position{first, record.elementStride, first + count * record.elementStride});
     }
 }
 
 void BatchRowWalker::next() noexcept {
     for (Position& position : m_columns) {
-        if (position.element == nullptr) {
-            continue;
-        }
-        if (position.stride != 0) {
-            char* following = static_cast<char*>(position.element) + position.stride;
+        if (position.element != nullptr) {
+            const char* following = position.element + position.stride;
             position.element = following < position.end ? following : nullptr;
-        } else {
-            position.element =
-                position.column->record->next(position.column->container, position.element);
         }
     }
 }

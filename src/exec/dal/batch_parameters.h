@@ -37,9 +37,8 @@ struct BatchValue {
     const std::string& text() const noexcept { return as<std::string>(); }
 };
 
-// Walks the bound columns of a batch row by row: by pointer arithmetic over
-// contiguous elements, otherwise through the element operations of their
-// records.
+// Walks the bound columns of a batch row by row, by pointer arithmetic over
+// their contiguous elements.
 class BatchRowWalker {
   public:
     explicit BatchRowWalker(const std::vector<const BatchColumn*>& columns);
@@ -51,10 +50,9 @@ class BatchRowWalker {
 
   private:
     struct Position {
-        const BatchColumn* column = nullptr;
-        void* element = nullptr;
+        const char* element = nullptr;
         std::size_t stride = 0;     // the record's elementStride
-        const void* end = nullptr;  // past the last element, when stride is known
+        const char* end = nullptr;  // past the last element
     };
     std::vector<Position> m_columns;
 };
