@@ -27,6 +27,9 @@ class VORN_API CVORNTable {
     CVORNCriterionItem operator[](const std::string& columnName) const;
 
   private:
+    // The builders read the name without copying it.
+    friend class CVORNBase;
+
     std::string m_tableName;
 };
 

@@ -164,6 +164,9 @@ class VORN_API CVORNCriterionItem {
     CVORNCriterion operator!=(const long& value);
 
   private:
+    // CVORNTable::operator[] writes the operand's text in place.
+    friend class CVORNTable;
+
     // The criterion over the current text, without parentheses.
     VORN_LOCAL CVORNCriterion current() const;
     // Encloses the text in parentheses and returns the criterion over it.

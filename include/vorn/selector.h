@@ -63,10 +63,14 @@ class VORN_API CVORNSelector : public CVORNBase {
     void compound(const CVORNSelector& other, ENUM_COMPOUND_OP op);
 
   private:
+    // Each clause keeps only what varies; toString() writes the keywords.
     std::string m_columns;
-    std::string m_orderBy;
-    std::string m_where;
+    std::string m_orderBy;  // the order keys, ',' between them
+    std::string m_where;    // the condition's text, when m_hasWhere
     std::string m_distinct;
-    std::string m_limit;
     std::string m_compound;
+    unsigned int m_limitCount = 0;
+    unsigned int m_limitOffset = 0;
+    bool m_hasWhere = false;
+    bool m_hasLimit = false;
 };

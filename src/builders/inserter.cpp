@@ -14,6 +14,7 @@ using vorn::detail::DecimalText;
 using vorn::detail::escaped;
 using vorn::detail::escapedValue;
 using vorn::detail::FormatSite;
+using namespace std::string_view_literals;
 
 namespace {
 
@@ -44,7 +45,7 @@ CVORNTable CVORNInserter::table(const std::string& name) {
 
 CVORNInserter& CVORNInserter::operator[](const std::string& column) {
     std::string storage;
-    appendConcat(m_columns, {m_columns.empty() ? " (" : ",", escaped(column, storage)});
+    appendConcat(m_columns, {m_columns.empty() ? " ("sv : ","sv, escaped(column, storage)});
     return *this;
 }
 
@@ -145,7 +146,8 @@ CVORNInserter& CVORNInserter::operator<<(const double& value) {
 
 std::string CVORNInserter::toString() const {
     // The closing parenthesis of the value list is written even without values.
-    return concat({m_insertInto, m_table, m_columns, m_columns.empty() ? "" : ")", m_values, ")"});
+    return concat(
+        {m_insertInto, m_table, m_columns, m_columns.empty() ? ""sv : ")"sv, m_values, ")"});
 }
 
 void CVORNInserter::clear() {

@@ -11,6 +11,7 @@ using vorn::detail::appendConcat;
 using vorn::detail::concat;
 using vorn::detail::DecimalText;
 using vorn::detail::escaped;
+using namespace std::string_view_literals;
 
 namespace {
 
@@ -40,7 +41,7 @@ CVORNTable CVORNSelector::table(const std::string& name) {
 
 void CVORNSelector::select(const std::string& column) {
     std::string storage;
-    appendConcat(m_columns, {m_columns.empty() ? "" : ",", escaped(column, storage)});
+    appendConcat(m_columns, {m_columns.empty() ? ""sv : ","sv, escaped(column, storage)});
 }
 
 void CVORNSelector::select(const CVORNColumn& column) {
@@ -59,8 +60,8 @@ void CVORNSelector::distinct() {
 void CVORNSelector::orderBy(const std::string& column, bool ascending) {
     std::string storage;
     // Ascending is the engine's default and is never written.
-    appendConcat(m_orderBy, {m_orderBy.empty() ? vorn::sql::kOrderBy : ",",
-                             escaped(column, storage), ascending ? "" : vorn::sql::kDesc});
+    appendConcat(m_orderBy, {m_orderBy.empty() ? ""sv : ","sv, escaped(column, storage),
+                             ascending ? ""sv : vorn::sql::kDesc});
 }
 
 void CVORNSelector::orderBy(const CVORNColumn& column, bool ascending) {
@@ -68,12 +69,15 @@ void CVORNSelector::orderBy(const CVORNColumn& column, bool ascending) {
 }
 
 void CVORNSelector::where(const CVORNCriterion& condition) {
-    m_where = concat({vorn::sql::kWhere, condition.m_text});
+    // A condition with empty text still writes " where ".
+    m_where = condition.m_text;
+    m_hasWhere = true;
 }
 
 void CVORNSelector::limit(unsigned int count, unsigned int offset) {
-    m_limit =
-        concat({vorn::sql::kLimit, DecimalText(count), vorn::sql::kOffset, DecimalText(offset)});
+    m_limitCount = count;
+    m_limitOffset = offset;
+    m_hasLimit = true;
 }
 
 void CVORNSelector::compound(const CVORNSelector& other, ENUM_COMPOUND_OP op) {
@@ -86,8 +90,16 @@ void CVORNSelector::compound(const CVORNSelector& other, ENUM_COMPOUND_OP op) {
 std::string CVORNSelector::toString() const {
     const std::string_view columns =
         m_columns.empty() ? vorn::sql::kStar : std::string_view(m_columns);
+    const std::string_view where = m_hasWhere ? vorn::sql::kWhere : std::string_view();
+    const std::string_view orderBy = m_orderBy.empty() ? std::string_view() : vorn::sql::kOrderBy;
+    const std::string_view limit = m_hasLimit ? vorn::sql::kLimit : std::string_view();
+    const std::string_view offset = m_hasLimit ? vorn::sql::kOffset : std::string_view();
+    const DecimalText count(m_limitCount);
+    const DecimalText start(m_limitOffset);
     return concat({m_attachSQL, vorn::sql::kSelect, m_distinct, columns, vorn::sql::kFrom,
-                   m_tableList, m_where, m_compound, m_orderBy, m_limit, m_detachSQL});
+                   m_tableList, where, m_where, m_compound, orderBy, m_orderBy, limit,
+                   m_hasLimit ? std::string_view(count) : std::string_view(), offset,
+                   m_hasLimit ? std::string_view(start) : std::string_view(), m_detachSQL});
 }
 
 void CVORNSelector::clear() {
@@ -98,6 +110,7 @@ void CVORNSelector::clear() {
     m_distinct.clear();
     m_attachSQL.clear();
     m_detachSQL.clear();
-    m_limit.clear();
+    m_hasWhere = false;
+    m_hasLimit = false;
     m_compound.clear();
 }

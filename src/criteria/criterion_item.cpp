@@ -9,7 +9,7 @@
 #include "vorn/selector.h"
 
 using vorn::detail::appendEscaped;
-using vorn::detail::concat;
+using vorn::detail::encloseConcat;
 using vorn::detail::escaped;
 
 CVORNCriterionItem::CVORNCriterionItem(std::string text) : m_text(std::move(text)) {}
@@ -31,14 +31,14 @@ CVORNCriterion CVORNCriterionItem::current() const {
 }
 
 CVORNCriterion CVORNCriterionItem::wrap() {
-    m_text = concat({"(", m_text, ")"});
+    encloseConcat(m_text, {});
     return current();
 }
 
 CVORNCriterion CVORNCriterionItem::compareWithText(std::string_view prefix,
                                                    const std::string& value) {
     std::string storage;
-    m_text = concat({"(", m_text, prefix, escaped(value, storage), "')"});
+    encloseConcat(m_text, {prefix, escaped(value, storage), "'"});
     return current();
 }
 
@@ -87,13 +87,13 @@ CVORNCriterion CVORNCriterionItem::like(const std::string& pattern) {
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 CVORNCriterion CVORNCriterionItem::operator==(CVORNCriterionItem other) {
     std::string storage;
-    m_text = concat({"(", m_text, "=", escaped(other.m_text, storage), ")"});
+    encloseConcat(m_text, {"=", escaped(other.m_text, storage)});
     return current();
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 CVORNCriterion CVORNCriterionItem::operator!=(CVORNCriterionItem other) {
-    m_text = concat({"(", m_text, "!=", other.m_text, ")"});
+    encloseConcat(m_text, {"!=", other.m_text});
     return current();
 }
 
@@ -101,10 +101,10 @@ CVORNCriterion CVORNCriterionItem::operator==(const std::string& value) {
     const std::string_view text(value);
     const std::string_view::size_type quote = text.find('\'');
     if (quote == std::string_view::npos) {
-        m_text = concat({"(", m_text, "='", text, "')"});  // nothing to double
+        encloseConcat(m_text, {"='", text, "'"});  // nothing to double
     } else {
         // Only the first quote is doubled; any later quote passes unchanged.
-        m_text = concat({"(", m_text, "='", text.substr(0, quote), "'", text.substr(quote), "')"});
+        encloseConcat(m_text, {"='", text.substr(0, quote), "'", text.substr(quote), "'"});
     }
     return current();
 }
@@ -122,21 +122,21 @@ CVORNCriterion CVORNCriterionItem::operator>=(const std::string& value) {
 }
 
 CVORNCriterion CVORNCriterionItem::operator<=(const CVORNBase& sub) {
-    m_text = concat({"(", m_text, " <= (", sub.toString(), "))"});
+    encloseConcat(m_text, {" <= (", sub.toString(), ")"});
     return current();
 }
 
 CVORNCriterion CVORNCriterionItem::operator>=(const CVORNBase& sub) {
-    m_text = concat({"(", m_text, " >= (", sub.toString(), "))"});
+    encloseConcat(m_text, {" >= (", sub.toString(), ")"});
     return current();
 }
 
 CVORNCriterion CVORNCriterionItem::operator==(const char& c) {
-    m_text = concat({"(", m_text, "='", std::string_view(&c, 1), "')"});
+    encloseConcat(m_text, {"='", std::string_view(&c, 1), "'"});
     return current();
 }
 
 CVORNCriterion CVORNCriterionItem::operator!=(const char& c) {
-    m_text = concat({"(", m_text, "!='", std::string_view(&c, 1), "')"});
+    encloseConcat(m_text, {"!='", std::string_view(&c, 1), "'"});
     return current();
 }

@@ -4,8 +4,8 @@
 #include "statement/text_concat.h"
 #include "vorn/criterion.h"
 
-using vorn::detail::concat;
 using vorn::detail::DecimalText;
+using vorn::detail::encloseConcat;
 using vorn::detail::FormatSite;
 
 namespace {
@@ -47,12 +47,12 @@ CVORNCriterion CVORNCriterionItem::operator!=(const double& value) {
 }
 
 CVORNCriterion CVORNCriterionItem::operator>=(int value) {
-    m_text = concat({"(", m_text, " >= ", DecimalText(value), ")"});
+    encloseConcat(m_text, {" >= ", DecimalText(value)});
     return current();
 }
 
 CVORNCriterion CVORNCriterionItem::operator<=(int value) {
-    m_text = concat({"(", m_text, " <= ", DecimalText(value), ")"});
+    encloseConcat(m_text, {" <= ", DecimalText(value)});
     return current();
 }
 
@@ -63,9 +63,9 @@ CVORNCriterion CVORNCriterionItem::createCriterionWithInt(Int value, bool isEqua
     const std::string_view prefix = isEqual ? "=" : "!=";
     // Signed values are sign-extended to 64 bits, unsigned ones zero-extended.
     if (isUnsigned) {
-        m_text = concat({"(", m_text, prefix, DecimalText(static_cast<unsigned long>(value)), ")"});
+        encloseConcat(m_text, {prefix, DecimalText(static_cast<unsigned long>(value))});
     } else {
-        m_text = concat({"(", m_text, prefix, DecimalText(static_cast<long>(value)), ")"});
+        encloseConcat(m_text, {prefix, DecimalText(static_cast<long>(value))});
     }
     return current();
 }

@@ -18,7 +18,7 @@ void CVORNBase::clear() {
 void CVORNBase::constructAttachAndDetachSQL(const CVORNTable& table) {
     m_attachSQL.clear();
     m_detachSQL.clear();
-    const std::string name = table.getTableName();
+    const std::string& name = table.m_tableName;
     // A plain substring test: it de-duplicates repeated calls, and it also skips
     // a name contained in one already listed ("task" after "taskinfo") and the
     // empty name. Both are intended.

@@ -18,10 +18,11 @@ CVORNColumn CVORNTable::column(const std::string& columnName) const {
 CVORNCriterionItem CVORNTable::operator[](const std::string& columnName) const {
     // Without a table name the column is dropped as well: callers always name
     // the table here.
-    if (m_tableName.empty()) {
-        return CVORNCriterionItem(std::string());
+    CVORNCriterionItem item;
+    if (!m_tableName.empty()) {
+        std::string storage;
+        vorn::detail::appendConcat(item.m_text,
+                                   {m_tableName, ".", vorn::detail::escaped(columnName, storage)});
     }
-    std::string storage;
-    return CVORNCriterionItem(
-        vorn::detail::concat({m_tableName, ".", vorn::detail::escaped(columnName, storage)}));
+    return item;
 }

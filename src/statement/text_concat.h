@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <initializer_list>
 #include <string>
@@ -20,16 +21,42 @@ inline std::size_t totalSize(std::initializer_list<std::string_view> pieces) {
     return size;
 }
 
+// Copies a piece of at most 16 characters with at most four fixed-size
+// moves, which the compiler writes inline: most pieces of a statement are a
+// few characters long (a keyword, a name, a number), and a call of memcpy
+// costs more than copying them. Two moves of one width may overlap; neither
+// reads or writes outside the piece.
+template <class Word>
+inline void copyEnds(char* to, const char* from, std::size_t size) {
+    Word head;
+    Word tail;
+    std::memcpy(&head, from, sizeof head);
+    std::memcpy(&tail, from + size - sizeof tail, sizeof tail);
+    std::memcpy(to, &head, sizeof head);
+    std::memcpy(to + size - sizeof tail, &tail, sizeof tail);
+}
+
+inline void copyShort(char* to, const char* from, std::size_t size) {
+    if (size >= 8) {
+        copyEnds<std::uint64_t>(to, from, size);
+    } else if (size >= 4) {
+        copyEnds<std::uint32_t>(to, from, size);
+    } else if (size >= 2) {
+        copyEnds<std::uint16_t>(to, from, size);
+    } else if (size == 1) {
+        *to = *from;
+    }
+}
+
 inline void copyPieces(char* next, std::initializer_list<std::string_view> pieces) {
+    constexpr std::size_t kShortPiece = 16;
     for (const std::string_view piece : pieces) {
-        // Most pieces are one character (a parenthesis, a quote, a comma),
-        // which needs no call of memcpy.
-        if (piece.size() == 1) {
-            *next++ = piece.front();
-        } else if (!piece.empty()) {
+        if (piece.size() <= kShortPiece) {
+            copyShort(next, piece.data(), piece.size());
+        } else {
             std::memcpy(next, piece.data(), piece.size());
-            next += piece.size();
         }
+        next += piece.size();
     }
 }
 
@@ -46,6 +73,18 @@ inline void appendConcat(std::string& out, std::initializer_list<std::string_vie
     const std::size_t at = out.size();
     out.append(totalSize(pieces), '\0');
     copyPieces(out.data() + at, pieces);
+}
+
+// Makes out "(" + out + the pieces + ")" in place, growing it once. No piece
+// may view out's text.
+inline void encloseConcat(std::string& out, std::initializer_list<std::string_view> pieces) {
+    const std::size_t size = out.size();
+    out.append(totalSize(pieces) + 2, '\0');
+    char* text = out.data();
+    std::memmove(text + 1, text, size);
+    text[0] = '(';
+    copyPieces(text + 1 + size, pieces);
+    text[out.size() - 1] = ')';
 }
 
 }  // namespace vorn::detail
