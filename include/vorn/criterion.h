@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "vorn/detail/inline_text.h"
 #include "vorn/export.h"
 
 class CVORNBase;
@@ -35,14 +36,16 @@ class VORN_API CVORNCriterion {
     CVORNCriterion& operator||(const CVORNCriterion& other);
 
   private:
-    // The builders copy the text straight into their condition clause.
+    // The builders copy the text straight into their condition clause, and
+    // the operands write it.
     friend class CVORNSelector;
     friend class CVORNUpdater;
     friend class CVORNDeleter;
+    friend class CVORNCriterionItem;
 
     VORN_LOCAL CVORNCriterion& join(std::string_view joiner, const CVORNCriterion& other);
 
-    std::string m_text;
+    vorn::detail::InlineText m_text;
 };
 
 /// The left-hand operand of a condition. Every comparison appends its fragment
@@ -178,7 +181,7 @@ class VORN_API CVORNCriterionItem {
     template <typename Int>
     VORN_LOCAL CVORNCriterion createCriterionWithInt(Int value, bool isEqual, bool isUnsigned);
 
-    std::string m_text;
+    vorn::detail::InlineText m_text;
     // Copied and assigned with the operand; nothing else reads or sets it.
     std::string m_auxText;
 };

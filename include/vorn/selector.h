@@ -65,8 +65,8 @@ class VORN_API CVORNSelector : public CVORNBase {
   private:
     // Each clause keeps only what varies; toString() writes the keywords.
     std::string m_columns;
-    std::string m_orderBy;  // the order keys, ',' between them
-    std::string m_where;    // the condition's text, when m_hasWhere
+    std::string m_orderBy;             // the order keys, ',' between them
+    vorn::detail::InlineText m_where;  // the condition's text, when m_hasWhere
     std::string m_distinct;
     std::string m_compound;
     unsigned int m_limitCount = 0;

@@ -14,7 +14,7 @@ CVORNTable CVORNDeleter::table(const std::string& name) {
 }
 
 void CVORNDeleter::where(const CVORNCriterion& condition) {
-    m_where = vorn::detail::concat({vorn::sql::kWhere, condition.m_text});
+    m_where = vorn::detail::concat({vorn::sql::kWhere, condition.m_text.view()});
 }
 
 std::string CVORNDeleter::toString() const {

@@ -97,7 +97,7 @@ std::string CVORNSelector::toString() const {
     const DecimalText count(m_limitCount);
     const DecimalText start(m_limitOffset);
     return concat({m_attachSQL, vorn::sql::kSelect, m_distinct, columns, vorn::sql::kFrom,
-                   m_tableList, where, m_where, m_compound, orderBy, m_orderBy, limit,
+                   m_tableList, where, m_where.view(), m_compound, orderBy, m_orderBy, limit,
                    m_hasLimit ? std::string_view(count) : std::string_view(), offset,
                    m_hasLimit ? std::string_view(start) : std::string_view(), m_detachSQL});
 }

@@ -107,7 +107,7 @@ void CVORNUpdater::assign(const CVORNNull& /*value*/) {
 }
 
 void CVORNUpdater::where(const CVORNCriterion& condition) {
-    m_where = concat({vorn::sql::kWhere, condition.m_text});
+    m_where = concat({vorn::sql::kWhere, condition.m_text.view()});
 }
 
 std::string CVORNUpdater::toString() const {

@@ -13,7 +13,7 @@ CVORNCriterion& CVORNCriterion::operator=(const CVORNCriterion& other) {
 }
 
 std::string CVORNCriterion::toString() const {
-    return m_text;
+    return m_text.str();
 }
 
 CVORNCriterion& CVORNCriterion::operator&&(const CVORNCriterion& other) {
@@ -29,6 +29,11 @@ CVORNCriterion& CVORNCriterion::join(std::string_view joiner, const CVORNCriteri
     // as it is, empty or not. other may be this criterion itself: the new text
     // is made before the old one is replaced.
     const std::string_view separator = m_text.empty() ? std::string_view() : joiner;
-    m_text = vorn::detail::concat({"(", m_text, separator, other.m_text, ")"});
+    if (&other == this) {
+        m_text.assign(
+            vorn::detail::concat({"(", m_text.view(), separator, other.m_text.view(), ")"}));
+    } else {
+        vorn::detail::encloseConcat(m_text, {separator, other.m_text.view()});
+    }
     return *this;
 }

@@ -8,11 +8,24 @@
 #include "vorn/platform/string_helpers.h"
 #include "vorn/selector.h"
 
-using vorn::detail::appendEscaped;
+using vorn::detail::appendConcat;
 using vorn::detail::encloseConcat;
 using vorn::detail::escaped;
+using vorn::detail::InlineText;
 
-CVORNCriterionItem::CVORNCriterionItem(std::string text) : m_text(std::move(text)) {}
+namespace {
+
+// Appends text with every single quote doubled.
+void appendEscaped(InlineText& out, std::string_view text) {
+    std::string storage;
+    out.append(escaped(text, storage));
+}
+
+}  // namespace
+
+// The interface takes the text by value; it is copied into the operand's own storage.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
+CVORNCriterionItem::CVORNCriterionItem(std::string text) : m_text(text) {}
 
 CVORNCriterionItem& CVORNCriterionItem::operator=(const CVORNCriterionItem& other) {
     if (this != &other) {
@@ -23,11 +36,13 @@ CVORNCriterionItem& CVORNCriterionItem::operator=(const CVORNCriterionItem& othe
 }
 
 std::string CVORNCriterionItem::toString() const {
-    return m_text;
+    return m_text.str();
 }
 
 CVORNCriterion CVORNCriterionItem::current() const {
-    return CVORNCriterion(m_text);
+    CVORNCriterion criterion;
+    criterion.m_text = m_text;
+    return criterion;
 }
 
 CVORNCriterion CVORNCriterionItem::wrap() {
@@ -56,7 +71,7 @@ CVORNCriterion CVORNCriterionItem::operator()(const std::string& value) {
 }
 
 CVORNCriterion CVORNCriterionItem::in(const std::string& list) {
-    m_text.append(vorn::sql::kIn).append(1, '(');
+    appendConcat(m_text, {vorn::sql::kIn, "("});
     appendEscaped(m_text, list);
     m_text.push_back(')');
     return current();
@@ -64,22 +79,19 @@ CVORNCriterion CVORNCriterionItem::in(const std::string& list) {
 
 CVORNCriterion CVORNCriterionItem::in(const CVORNSelector& sub) {
     const CVORNBase& statement = sub;
-    m_text.append(vorn::sql::kIn).append(1, '(');
+    appendConcat(m_text, {vorn::sql::kIn, "("});
     appendEscaped(m_text, statement.toString());
     m_text.push_back(')');
     return current();
 }
 
 CVORNCriterion CVORNCriterionItem::notIn(const std::string& list) {
-    m_text.append(vorn::sql::kNotIn).append(1, '(').append(list).append(1, ')');
+    appendConcat(m_text, {vorn::sql::kNotIn, "(", list, ")"});
     return current();
 }
 
 CVORNCriterion CVORNCriterionItem::like(const std::string& pattern) {
-    m_text.append(vorn::sql::kLike)
-        .append(1, '\'')
-        .append(vorn::platform::escapeLikePattern(pattern))
-        .append(1, '\'');
+    appendConcat(m_text, {vorn::sql::kLike, "'", vorn::platform::escapeLikePattern(pattern), "'"});
     return current();
 }
 
@@ -87,13 +99,13 @@ CVORNCriterion CVORNCriterionItem::like(const std::string& pattern) {
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 CVORNCriterion CVORNCriterionItem::operator==(CVORNCriterionItem other) {
     std::string storage;
-    encloseConcat(m_text, {"=", escaped(other.m_text, storage)});
+    encloseConcat(m_text, {"=", escaped(other.m_text.view(), storage)});
     return current();
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 CVORNCriterion CVORNCriterionItem::operator!=(CVORNCriterionItem other) {
-    encloseConcat(m_text, {"!=", other.m_text});
+    encloseConcat(m_text, {"!=", other.m_text.view()});
     return current();
 }
 

@@ -12,37 +12,45 @@ namespace {
 
 constexpr const char* kUnit = "CVORNCriterionItem";
 
+// Appends prefix and the value as "%f" prints it (see appendFixed).
+void appendFixed(vorn::detail::InlineText& out, const FormatSite& site, std::string_view prefix,
+                 double value) {
+    std::string text;
+    vorn::detail::appendFixed(text, site, prefix, value);
+    out.append(text);
+}
+
 }  // namespace
 
 CVORNCriterion CVORNCriterionItem::operator==(const float& value) {
-    vorn::detail::appendFixed(m_text,
-                              FormatSite{kUnit, "operator==", __LINE__,
-                                         "CVORNCriterionItem::operator==.snprintf_s failed"},
-                              "=", static_cast<double>(value));
+    appendFixed(m_text,
+                FormatSite{kUnit, "operator==", __LINE__,
+                           "CVORNCriterionItem::operator==.snprintf_s failed"},
+                "=", static_cast<double>(value));
     return wrap();
 }
 
 CVORNCriterion CVORNCriterionItem::operator==(const double& value) {
-    vorn::detail::appendFixed(m_text,
-                              FormatSite{kUnit, "operator==", __LINE__,
-                                         "CVORNCriterionItem::operator==.snprintf_s failed"},
-                              "=", value);
+    appendFixed(m_text,
+                FormatSite{kUnit, "operator==", __LINE__,
+                           "CVORNCriterionItem::operator==.snprintf_s failed"},
+                "=", value);
     return wrap();
 }
 
 CVORNCriterion CVORNCriterionItem::operator!=(const float& value) {
-    vorn::detail::appendFixed(m_text,
-                              FormatSite{kUnit, "operator!=", __LINE__,
-                                         "CVORNCriterionItem::operator!=.snprintf_s failed"},
-                              "!=", static_cast<double>(value));
+    appendFixed(m_text,
+                FormatSite{kUnit, "operator!=", __LINE__,
+                           "CVORNCriterionItem::operator!=.snprintf_s failed"},
+                "!=", static_cast<double>(value));
     return wrap();
 }
 
 CVORNCriterion CVORNCriterionItem::operator!=(const double& value) {
-    vorn::detail::appendFixed(m_text,
-                              FormatSite{kUnit, "operator!=", __LINE__,
-                                         "CVORNCriterionItem::operator!=.snprintf_s failed"},
-                              "!=", value);
+    appendFixed(m_text,
+                FormatSite{kUnit, "operator!=", __LINE__,
+                           "CVORNCriterionItem::operator!=.snprintf_s failed"},
+                "!=", value);
     return wrap();
 }
 

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "vorn/detail/inline_text.h"
+
 // Joining the fragments of a statement. Each std::string::append is a call
 // into the standard library with its own capacity check (and, piece by piece,
 // possibly a reallocation); the helpers below size the result once and copy
@@ -68,18 +70,29 @@ inline std::string concat(std::initializer_list<std::string_view> pieces) {
     return text;
 }
 
-// Appends the pieces to out, growing it once. No piece may view out's text.
-inline void appendConcat(std::string& out, std::initializer_list<std::string_view> pieces) {
+// Where count more characters of out start, once out is lengthened by them.
+inline char* growBy(std::string& out, std::size_t count) {
     const std::size_t at = out.size();
-    out.append(totalSize(pieces), '\0');
-    copyPieces(out.data() + at, pieces);
+    out.append(count, '\0');
+    return out.data() + at;
+}
+
+inline char* growBy(InlineText& out, std::size_t count) {
+    return out.grow(count);
+}
+
+// Appends the pieces to out, growing it once. No piece may view out's text.
+template <class Text>
+void appendConcat(Text& out, std::initializer_list<std::string_view> pieces) {
+    copyPieces(growBy(out, totalSize(pieces)), pieces);
 }
 
 // Makes out "(" + out + the pieces + ")" in place, growing it once. No piece
 // may view out's text.
-inline void encloseConcat(std::string& out, std::initializer_list<std::string_view> pieces) {
+template <class Text>
+void encloseConcat(Text& out, std::initializer_list<std::string_view> pieces) {
     const std::size_t size = out.size();
-    out.append(totalSize(pieces) + 2, '\0');
+    growBy(out, totalSize(pieces) + 2);
     char* text = out.data();
     std::memmove(text + 1, text, size);
     text[0] = '(';
