@@ -283,8 +283,7 @@ void PgLink::settle() {
 // keeps single-row mode on past the end of a query until it moves to the next
 // command of a pipeline, and would otherwise apply it to the first command of
 // the next unit.
-ExecResult PgLink::sendStreamed(const std::string& sql, const PgParams& params,
-                                PgIncoming* owner) {
+ExecResult PgLink::sendStreamed(const std::string& sql, const PgParams& params, PgIncoming* owner) {
     if (m_broken) {
         return lostFailure();
     }
@@ -293,11 +292,10 @@ ExecResult PgLink::sendStreamed(const std::string& sql, const PgParams& params,
     if (!status.ok()) {
         return status;
     }
-    const bool sent =
-        PQenterPipelineMode(m_conn) == 1 &&
-        PQsendQueryParams(m_conn, sql.c_str(), params.count, nullptr, params.values,
-                          params.lengths, nullptr, 0) == 1 &&
-        PQsetSingleRowMode(m_conn) == 1 && PQpipelineSync(m_conn) == 1;
+    const bool sent = PQenterPipelineMode(m_conn) == 1 &&
+                      PQsendQueryParams(m_conn, sql.c_str(), params.count, nullptr, params.values,
+                                        params.lengths, nullptr, 0) == 1 &&
+                      PQsetSingleRowMode(m_conn) == 1 && PQpipelineSync(m_conn) == 1;
     if (!sent) {
         // Whatever went out, the connection's state is no longer known.
         status = failureOf(nullptr, true, sql, false);

@@ -181,8 +181,8 @@ class PgLink {
     PgSettings m_settings;
     std::vector<std::string> m_secrets;
     bool m_broken = false;
-    Wire m_wire = Wire::Free;  // what the answer on its way is for
-    Ahead m_ahead;             // tag empty: none
+    Wire m_wire = Wire::Free;          // what the answer on its way is for
+    Ahead m_ahead;                     // tag empty: none
     PgIncoming* m_incoming = nullptr;  // the read streaming on the wire
 };
 

@@ -29,8 +29,8 @@ bool PgReads::streams(const std::string& sql) const {
 
 ExecResult PgReads::open(const std::string& sql, PgCursorSlot& slot, PgChunk& first,
                          const PgParams& params) {
-    const bool cursor = classifyPgStatement(sql) == PgStatementKind::CursorQuery &&
-                        m_link->callerTransactionOpen();
+    const bool cursor =
+        classifyPgStatement(sql) == PgStatementKind::CursorQuery && m_link->callerTransactionOpen();
     return cursor ? openCursor(sql, slot, first, params) : readWhole(sql, first, params);
 }
 
