@@ -11,9 +11,11 @@ using platform::ExecResult;
 
 // Rows per block of a rest taken in.
 constexpr int kBlockRows = 10000;
-// A read given up with more rows than this left is cancelled on the server;
-// a shorter rest is cheaper to read than a cancel (a connection of its own).
+// A read given up with more rows or field bytes than these left is cancelled
+// on the server; a shorter rest is cheaper to read than a cancel (a
+// connection of its own).
 constexpr int kDiscardRows = 10000;
+constexpr long kDiscardBytes = 1024L * 1024;
 constexpr const char* kOutOfMemory = "53200";
 
 }  // namespace
@@ -120,7 +122,8 @@ void PgStream::abandon() {
     if (!m_link->incomingFrom(this)) {
         return;
     }
-    for (int i = 0; i < kDiscardRows; ++i) {
+    long bytes = 0;
+    for (int i = 0; i < kDiscardRows && bytes < kDiscardBytes; ++i) {
         const PgResult result = m_link->nextIncoming();
         if (!result) {
             return;
@@ -131,6 +134,9 @@ void PgStream::abandon() {
             while (m_link->nextIncoming()) {
             }
             return;
+        }
+        for (int field = 0; field < PQnfields(result.get()); ++field) {
+            bytes += PQgetlength(result.get(), 0, field);
         }
     }
     m_link->cancelIncoming();
