@@ -1,4 +1,5 @@
 // The DataSession contract on any store: statements, reads and their rows.
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -128,9 +129,10 @@ std::vector<long> oneTo(long last) {
     return numbers;
 }
 
-// Any other call on the connection while reads are open (a write, another
-// read, a transaction with a read in it) runs as it would without them, and
-// each read goes on with exactly its own rows, each once and in order.
+// Any other call on the connection while reads are open (a bound write,
+// another read, bound too, a transaction with a read in it) runs as it would
+// without them, and each read goes on with exactly its own rows, each once
+// and in order.
 TEST_F(SessionTest, CallsBetweenTheRowsOfOpenReadsLeaveEachReadItsRows) {
     seed();
     DataSession first(m_session.c_str());
@@ -138,10 +140,19 @@ TEST_F(SessionTest, CallsBetweenTheRowsOfOpenReadsLeaveEachReadItsRows) {
     ExecResult status;
     open(first, series(4000));
     std::vector<long> seen = readNumbers(first, status, 700);
-    ASSERT_TRUE(run(m_session, "insert into t values(3, 'three')").ok());
+    const platform::BoundParameters three{{"id", std::int64_t{3}}, {"name", "three"s}};
+    ASSERT_TRUE(DataSession(m_session.c_str())
+                    .execute("id", SqlKind::Write, "insert into t values({id}, {name})", three)
+                    .ok());
     const std::vector<long> more = readNumbers(first, status, 700);
     seen.insert(seen.end(), more.begin(), more.end());
-    open(second, series(3000));
+    const std::string boundSeries =
+        "with recursive g(v) as (select 1 union all select v + 1 from g where v < {n}) "
+        "select v from g";
+    ASSERT_TRUE(second
+                    .execute("id", SqlKind::Read, boundSeries,
+                             platform::BoundParameters{{"n", std::int64_t{3000}}})
+                    .ok());
     std::vector<long> secondSeen = readNumbers(second, status, 10);
     EXPECT_EQ(query(m_session, "select count(*) from t"), (Rows{{"3"}}));
     ASSERT_TRUE(DataSession(m_session.c_str()).beginTransaction().ok());
