@@ -1,7 +1,9 @@
 // The DataSession contract on any store: statements, reads and their rows.
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "dal_fixture.h"
 
@@ -107,6 +109,66 @@ TEST_F(SessionTest, FetchRefusesWrongTargetsAndSessionsWithoutRead) {
     ASSERT_TRUE(s.execute("id", SqlKind::Write, "select * from t", NoParameters{}).ok());
     EXPECT_FALSE(s.fetchRow(status, rowTarget(row), 100));
     EXPECT_EQ(status.errorCode(), errc::kNoResult);
+}
+
+// The numbers a read of series() gives from now on, up to most of them.
+std::vector<long> readNumbers(DataSession& s, ExecResult& status, std::size_t most) {
+    std::vector<long> numbers;
+    Row row;
+    while (numbers.size() < most && s.fetchRow(status, rowTarget(row), 100)) {
+        numbers.push_back(std::strtol(row.at(0).str().c_str(), nullptr, 10));
+    }
+    return numbers;
+}
+
+std::vector<long> oneTo(long last) {
+    std::vector<long> numbers;
+    for (long n = 1; n <= last; ++n) {
+        numbers.push_back(n);
+    }
+    return numbers;
+}
+
+// Any other call on the connection while reads are open (a bound write,
+// another read, bound too, a transaction with a read in it) runs as it would
+// without them, and each read goes on with exactly its own rows, each once
+// and in order.
+TEST_F(SessionTest, CallsBetweenTheRowsOfOpenReadsLeaveEachReadItsRows) {
+    seed();
+    DataSession first(m_session.c_str());
+    DataSession second(m_session.c_str());
+    ExecResult status;
+    open(first, series(4000));
+    std::vector<long> seen = readNumbers(first, status, 700);
+    const platform::BoundParameters three{{"id", std::int64_t{3}}, {"name", "three"s}};
+    ASSERT_TRUE(DataSession(m_session.c_str())
+                    .execute("id", SqlKind::Write, "insert into t values({id}, {name})", three)
+                    .ok());
+    const std::vector<long> more = readNumbers(first, status, 700);
+    seen.insert(seen.end(), more.begin(), more.end());
+    const std::string boundSeries =
+        "with recursive g(v) as (select 1 union all select v + 1 from g where v < {n}) "
+        "select v from g";
+    ASSERT_TRUE(second
+                    .execute("id", SqlKind::Read, boundSeries,
+                             platform::BoundParameters{{"n", std::int64_t{3000}}})
+                    .ok());
+    std::vector<long> secondSeen = readNumbers(second, status, 10);
+    EXPECT_EQ(query(m_session, "select count(*) from t"), (Rows{{"3"}}));
+    ASSERT_TRUE(DataSession(m_session.c_str()).beginTransaction().ok());
+    ASSERT_TRUE(run(m_session, "insert into t values(4, 'four')").ok());
+    EXPECT_EQ(query(m_session, "select count(*) from t"), (Rows{{"4"}}));
+    ASSERT_TRUE(DataSession(m_session.c_str()).commit().ok());
+    for (DataSession* s : {&first, &second}) {
+        std::vector<long>& numbers = s == &first ? seen : secondSeen;
+        const std::vector<long> rest = readNumbers(*s, status, 10000);
+        EXPECT_TRUE(status.ok()) << detailOf(status);
+        numbers.insert(numbers.end(), rest.begin(), rest.end());
+    }
+    EXPECT_EQ(seen, oneTo(4000));
+    EXPECT_EQ(secondSeen, oneTo(3000));
+    EXPECT_EQ(queryElsewhere(m_session, "select * from t order by id"),
+              (Rows{{"1", "one"}, {"2", "two"}, {"3", "three"}, {"4", "four"}}));
 }
 
 TEST_F(SessionTest, ExactlyOneStatementRuns) {

@@ -1,6 +1,6 @@
 // PostgreSQL reads: the text of its own types (exact floating-point values:
-// batch_test.cpp reads them back), and reads that stream through server
-// cursors while the same session name and thread go on writing.
+// batch_test.cpp reads them back), and reads that stream while the same
+// session name and thread go on writing.
 #include <cstdlib>
 
 #include "dal_fixture.h"
@@ -78,8 +78,8 @@ TEST_F(PgRead, ManyRowsStreamWhileTheSameThreadWrites) {
     EXPECT_TRUE(textsRight);
 }
 
-// The read transaction of a read opened outside the caller's transaction
-// neither swallows that transaction nor outlives the read.
+// A read opened outside the caller's transaction neither joins that
+// transaction nor ends with it.
 TEST_F(PgRead, AReadStaysOpenAcrossTheCallersTransaction) {
     ASSERT_TRUE(run(m_session, "create table t(v int8)").ok());
     DataSession reader(m_session.c_str());

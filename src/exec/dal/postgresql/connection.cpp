@@ -7,6 +7,7 @@
 #include "exec/dal/postgresql/cursor.h"
 #include "exec/dal/postgresql/errors.h"
 #include "exec/dal/postgresql/statement_kind.h"
+#include "exec/dal/postgresql/stream.h"
 #include "exec/platform/secret_mask.h"
 #include "vorn/platform/logger.h"
 
@@ -141,10 +142,14 @@ ExecResult PgConnection::read(const std::string& sql, const PgParams& params,
     if (!status.ok()) {
         return status;
     }
-    // The transaction state is known once the answer of a command sent ahead
-    // (a fetch of another read, say) has been read.
+    // The transaction state is known once a read still streaming has taken
+    // the rest of its rows in and the answer of a command sent ahead (a fetch
+    // of another read, say) has been read. A loss met by a streaming read
+    // there cost no transaction (none is open while a read streams): this
+    // read may still run on a new connection.
+    const bool streamed = m_link->streaming();
     m_link->settle();
-    const bool retryable = !m_link->broken() && !m_link->callerTransactionOpen() &&
+    const bool retryable = (!m_link->broken() || streamed) && !m_link->callerTransactionOpen() &&
                            classifyPgStatement(sql) == PgStatementKind::CursorQuery;
     status = openRead(sql, params, cursor);
     if (status.ok() || !retryable || !m_link->broken() || !reconnect()) {
@@ -158,6 +163,15 @@ ExecResult PgConnection::read(const std::string& sql, const PgParams& params,
 
 ExecResult PgConnection::openRead(const std::string& sql, const PgParams& params,
                                   std::unique_ptr<Cursor>& cursor) {
+    if (m_reads->streams(sql)) {
+        auto stream = std::make_shared<PgStream>(m_link);
+        PgResult first;
+        ExecResult status = stream->open(sql, params, first);
+        if (status.ok()) {
+            cursor = std::make_unique<PgCursor>(std::move(stream), std::move(first));
+        }
+        return status;
+    }
     PgCursorSlot slot;
     PgChunk first;
     ExecResult status = m_reads->open(sql, slot, first, params);

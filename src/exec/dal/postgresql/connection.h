@@ -15,16 +15,16 @@ namespace vorn::dal {
 // A connection to a PostgreSQL server, as the thread's connection cache keeps
 // it (one per thread and session name). It owns the three parts that work on
 // the wire (PgLink): the read path, shared with the cursors of open reads,
-// and the batch writer. Every call that is not a read first releases the read
-// path's own transaction, so it meets exactly the caller's state.
+// and the batch writer. Every call first has a read still streaming on the
+// connection take the rest of its rows in (PgReads::release, PgLink::settle),
+// so it meets exactly the caller's state.
 //
 // Inside the caller's transaction each statement runs in a savepoint
 // (vorn_statement_rollback, on by default), so a failing statement undoes only
 // itself and the transaction goes on, as on SQLite.
 //
 // A read that meets a lost connection runs once more on a new one when that is
-// safe: outside the caller's transaction (the read's own transaction, never
-// committed, took whatever the statement did with it), a statement that reads
+// safe: outside the caller's transaction, a statement that streams or reads
 // through a cursor (not one read whole, which may write and commit), and
 // before any row reached the caller. Nothing else is tried again.
 class PgConnection final : public Connection {

@@ -46,12 +46,17 @@ PgCursor::PgCursor(std::shared_ptr<PgReads> reads, PgCursorSlot slot, PgChunk fi
     adopt();
 }
 
+PgCursor::PgCursor(std::shared_ptr<PgStream> stream, PgResult first)
+    : m_stream(std::move(stream)), m_open(true), m_chunk{std::move(first), 0} {
+    adopt();
+}
+
 PgCursor::~PgCursor() {
     closeServerCursor();
 }
 
 void PgCursor::closeServerCursor() {
-    if (m_open) {
+    if (m_open && m_reads) {
         m_open = false;
         m_reads->close(m_slot);
     }
@@ -62,33 +67,56 @@ void PgCursor::adopt() {
     m_chunkRows = result != nullptr ? PQntuples(result) : 0;
     m_nextRow = 0;
     const int fields = result != nullptr ? PQnfields(result) : 0;
-    m_columns.resize(static_cast<std::size_t>(fields));
-    for (int i = 0; i < fields; ++i) {
-        m_columns[static_cast<std::size_t>(i)] = columnOf(PQftype(result, i));
+    // A read's columns are the same in every chunk: a stream's chunks are
+    // mostly single rows, whose columns are looked at once.
+    if (m_columns.size() != static_cast<std::size_t>(fields)) {
+        m_columns.resize(static_cast<std::size_t>(fields));
+        for (int i = 0; i < fields; ++i) {
+            m_columns[static_cast<std::size_t>(i)] = columnOf(PQftype(result, i));
+        }
     }
-    if (m_chunk.last()) {
+    if (!m_stream && m_chunk.last()) {
         // The cursor has nothing more: free the server's side now rather than
         // when the reader goes.
         closeServerCursor();
     }
 }
 
+bool PgCursor::nextChunk(platform::ExecResult& status) {
+    if (m_stream) {
+        if (m_stream->next(m_chunk.result, status)) {
+            return true;
+        }
+        m_stream.reset();  // the connection is free of it
+    } else {
+        status = m_reads->fetch(m_slot, m_chunk);
+        if (status.ok()) {
+            return true;
+        }
+    }
+    // The end, or a failure that ended the stream or cursor (or the
+    // connection).
+    m_open = false;
+    m_chunk = PgChunk();
+    m_chunkRows = 0;
+    m_nextRow = 0;
+    return false;
+}
+
 bool PgCursor::fetch(platform::Row& row, platform::ExecResult& status) {
     status = platform::ExecResult();
     while (m_nextRow >= m_chunkRows) {
-        if (!m_open) {
-            return false;
-        }
-        status = m_reads->fetch(m_slot, m_chunk);
-        if (!status.ok()) {
-            m_open = false;  // the failure ended the cursor (or the connection)
-            m_chunk = PgChunk();
-            m_chunkRows = 0;
-            m_nextRow = 0;
+        if (!m_open || !nextChunk(status)) {
             return false;
         }
         adopt();
     }
+    fill(row);
+    ++m_nextRow;
+    return true;
+}
+
+void PgCursor::fill(platform::Row& row) const {
     PGresult* result = m_chunk.result.get();
     const int fields = PQnfields(result);
     row.resize(static_cast<std::size_t>(fields));
@@ -111,8 +139,6 @@ bool PgCursor::fetch(platform::Row& row, platform::ExecResult& status) {
                 break;
         }
     }
-    ++m_nextRow;
-    return true;
 }
 
 }  // namespace vorn::dal

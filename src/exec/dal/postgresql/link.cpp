@@ -93,7 +93,6 @@ ExecResult PgLink::failureOf(const PGresult* failure, bool connectionFailed, std
     }
     if (connectionFailed || pgConnectionLost(failure, m_conn)) {
         m_broken = true;
-        m_ownTransaction = false;
         std::string detail = platform::SecretMask::mask(status.detail().value_or(""), m_secrets);
         detail.append(callerTransaction
                           ? " (the connection to the server was lost; the open transaction "
@@ -249,6 +248,9 @@ bool PgLink::sendAhead(const std::string& sql, const std::string& tag) {
 }
 
 void PgLink::settle() {
+    if (m_incoming != nullptr) {
+        m_incoming->takeRest();  // reads up to the end, which clears m_incoming
+    }
     if (m_wire == Wire::Free) {
         return;
     }
@@ -275,6 +277,77 @@ void PgLink::settle() {
     }
     m_ahead.result = PgResult();
     m_ahead.status = failureOf(first.get(), lost, "", m_ahead.callerTransaction);
+}
+
+// The read goes out as a pipeline of its own (the query and a Sync): libpq
+// keeps single-row mode on past the end of a query until it moves to the next
+// command of a pipeline, and would otherwise apply it to the first command of
+// the next unit.
+ExecResult PgLink::sendStreamed(const std::string& sql, const PgParams& params, PgIncoming* owner) {
+    if (m_broken) {
+        return lostFailure();
+    }
+    settle();
+    ExecResult status = keepSessionMode();
+    if (!status.ok()) {
+        return status;
+    }
+    const bool sent = PQenterPipelineMode(m_conn) == 1 &&
+                      PQsendQueryParams(m_conn, sql.c_str(), params.count, nullptr, params.values,
+                                        params.lengths, nullptr, 0) == 1 &&
+                      PQsetSingleRowMode(m_conn) == 1 && PQpipelineSync(m_conn) == 1;
+    if (!sent) {
+        // Whatever went out, the connection's state is no longer known.
+        status = failureOf(nullptr, true, sql, false);
+        m_broken = true;
+        return status;
+    }
+    m_incoming = owner;
+    return status;
+}
+
+PgResult PgLink::nextIncoming() {
+    if (m_incoming == nullptr) {
+        return PgResult();
+    }
+    PgResult result(PQgetResult(m_conn));
+    if (!result) {
+        endIncoming();
+    }
+    return result;
+}
+
+// After the query's last result: reads the Sync's answer and leaves pipeline
+// mode, so that the connection is free.
+void PgLink::endIncoming() {
+    m_incoming = nullptr;
+    while (PGresult* result = PQgetResult(m_conn)) {
+        const bool synced = PQresultStatus(result) == PGRES_PIPELINE_SYNC;
+        PQclear(result);
+        if (synced) {
+            break;
+        }
+    }
+    if (PQstatus(m_conn) != CONNECTION_OK || PQexitPipelineMode(m_conn) != 1) {
+        m_broken = true;
+    }
+}
+
+void PgLink::cancelIncoming() {
+    if (m_incoming == nullptr || m_broken) {
+        return;
+    }
+    PGcancel* cancel = PQgetCancel(m_conn);
+    if (cancel != nullptr) {
+        char error[256];
+        // A cancel that does not arrive only leaves more rows to read.
+        (void)PQcancel(cancel, error, sizeof error);
+        PQfreeCancel(cancel);
+    }
+}
+
+ExecResult PgLink::streamFailure(const PGresult* failure, std::string_view sql) {
+    return failureOf(failure, PQstatus(m_conn) == CONNECTION_BAD, sql, false);
 }
 
 bool PgLink::takeAhead(const std::string& tag, PgResult& result, ExecResult& status) {

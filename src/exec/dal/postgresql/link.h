@@ -33,11 +33,31 @@ using PgCollect = std::function<void(PgPipeline&)>;
 // Writes the rows of a COPY; a failure makes runCopy cancel it and return it.
 using PgCopyFeed = std::function<platform::ExecResult(PgCopyStream&)>;
 
+// A read whose rows are still coming in on the connection (PgStream). Before
+// the link sends anything else, it has the read take the rest of its rows in.
+class PgIncoming {
+  public:
+    // Reads every result left of the read, through PgLink::nextIncoming, up
+    // to the null one that frees the connection.
+    virtual void takeRest() = 0;
+
+  protected:
+    PgIncoming() = default;
+    ~PgIncoming() = default;
+    PgIncoming(const PgIncoming&) = default;
+    PgIncoming& operator=(const PgIncoming&) = default;
+};
+
 // One libpq connection: the wire that PgConnection, the read path (PgReads),
 // the batch writer and the cursors of open reads all talk through, and that
 // talks to none of them. It runs units of work (one pipeline, one round trip
 // each) and COPYs, holds at most one command whose answer is still to come,
 // and turns failures into results.
+//
+// A read may stream on the connection (sendStreamed): its rows come in one by
+// one as its reader asks for them, and any other use of the link (settle(),
+// which every unit, COPY and command sent ahead goes through) first has that
+// read take the rest of its rows into memory.
 //
 // Every statement goes through the extended query protocol, which runs
 // exactly one statement per text: a second one is refused by the server with
@@ -72,11 +92,9 @@ class PgLink {
     PGTransactionStatusType transactionStatus() const { return PQtransactionStatus(m_conn); }
     bool inTransaction() const;
 
-    // Whether the open transaction is the library's own (the read path's)
-    // rather than the caller's; it tells failures which one was lost.
-    bool ownTransactionOpen() const noexcept { return m_ownTransaction; }
-    void setOwnTransaction(bool own) noexcept { m_ownTransaction = own; }
-    bool callerTransactionOpen() const { return !m_ownTransaction && inTransaction(); }
+    // Every transaction open on the connection is the caller's: the library
+    // keeps none of its own past a call.
+    bool callerTransactionOpen() const { return inTransaction(); }
 
     // The scope for one statement of the caller's: a savepoint inside the
     // caller's transaction (vorn_statement_rollback), so that a failure undoes
@@ -109,9 +127,30 @@ class PgLink {
     // for takeAhead(tag). One kept answer at a time: false (nothing sent)
     // while another tag's answer waits.
     bool sendAhead(const std::string& sql, const std::string& tag);
-    // Reads the answer of a command sent ahead, if one is due, so that the
-    // connection is free.
+    // Reads the answer of a command sent ahead, if one is due, and has a read
+    // still streaming take the rest of its rows in, so that the connection is
+    // free.
     void settle();
+
+    // Sends sql (with params bound to its $n) as a read in single-row mode;
+    // owner then takes its results through nextIncoming(), one row each, up to
+    // the null one. sql is also the statement for errors (streamFailure).
+    platform::ExecResult sendStreamed(const std::string& sql, const PgParams& params,
+                                      PgIncoming* owner);
+    // Whether owner's read is the one still coming in.
+    bool incomingFrom(const PgIncoming* owner) const noexcept {
+        return owner != nullptr && m_incoming == owner;
+    }
+    bool streaming() const noexcept { return m_incoming != nullptr; }
+    // The next result of the streamed read (waits for it); null at its end,
+    // and the connection is free again.
+    PgResult nextIncoming();
+    // Asks the server to stop the streamed read; its results are still to be
+    // read up to the null one.
+    void cancelIncoming();
+    // The failure a result of the streamed read reports (a lost connection
+    // makes the link broken).
+    platform::ExecResult streamFailure(const PGresult* failure, std::string_view sql);
     // The kept answer for tag: true with its result (or its failure in
     // status) when there is one. dropAhead forgets it.
     bool takeAhead(const std::string& tag, PgResult& result, platform::ExecResult& status);
@@ -124,6 +163,7 @@ class PgLink {
                                    std::string_view sql, bool callerTransaction);
     platform::ExecResult feedCopy(const PgCopyFeed& feed, bool& sent, PgResult& result);
     platform::ExecResult runControl(const char* sql);
+    void endIncoming();
     // Puts the session back in the mode of session_mode.h when it left it.
     platform::ExecResult keepSessionMode();
     TransactionScope::Run controlRunner();
@@ -141,9 +181,9 @@ class PgLink {
     PgSettings m_settings;
     std::vector<std::string> m_secrets;
     bool m_broken = false;
-    bool m_ownTransaction = false;
-    Wire m_wire = Wire::Free;  // what the answer on its way is for
-    Ahead m_ahead;             // tag empty: none
+    Wire m_wire = Wire::Free;          // what the answer on its way is for
+    Ahead m_ahead;                     // tag empty: none
+    PgIncoming* m_incoming = nullptr;  // the read streaming on the wire
 };
 
 }  // namespace vorn::dal

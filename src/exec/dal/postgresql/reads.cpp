@@ -20,14 +20,17 @@ std::string fetchCommand(int rows, const std::string& cursor) {
 
 }  // namespace
 
+bool PgReads::streams(const std::string& sql) const {
+    // Behind a transaction pooler the query would still hold the server
+    // connection the pooler may hand to others between two calls.
+    return classifyPgStatement(sql) == PgStatementKind::CursorQuery &&
+           !m_link->settings().transactionPooling && !m_link->callerTransactionOpen();
+}
+
 ExecResult PgReads::open(const std::string& sql, PgCursorSlot& slot, PgChunk& first,
                          const PgParams& params) {
-    // Behind a transaction pooler a cursor outside the caller's transaction
-    // would outlive the read transaction on a server connection the pooler
-    // hands to others.
     const bool cursor =
-        classifyPgStatement(sql) == PgStatementKind::CursorQuery &&
-        !(m_link->settings().transactionPooling && !m_link->callerTransactionOpen());
+        classifyPgStatement(sql) == PgStatementKind::CursorQuery && m_link->callerTransactionOpen();
     return cursor ? openCursor(sql, slot, first, params) : readWhole(sql, first, params);
 }
 
@@ -41,52 +44,33 @@ ExecResult PgReads::readWhole(const std::string& sql, PgChunk& first, const PgPa
     return m_link->runOne(m_link->statementScope(sql), sql, &first.result, params);
 }
 
+// In the caller's transaction.
 ExecResult PgReads::openCursor(const std::string& sql, PgCursorSlot& slot, PgChunk& first,
                                const PgParams& params) {
-    if (m_link->broken()) {
-        return m_link->lostFailure();
+    ExecResult status = release();
+    if (!status.ok()) {
+        return status;
     }
-    settle();
     slot.name = "vorn_cursor_" + std::to_string(++m_cursorCounter);
     const int rows = std::min(kFirstFetchRows, m_link->settings().maxFetchRows);
     // Behind a transaction pooler the cursor ends with the caller's
     // transaction; a read still open then fails at its next fetch.
     const char* const hold = m_link->settings().transactionPooling ? "" : " WITH HOLD";
     const std::string declare = "DECLARE " + slot.name + " NO SCROLL CURSOR" + hold + " FOR " + sql;
-    const bool inReadTransaction = m_link->ownTransactionOpen();
-    const bool startsReadTransaction =
-        !inReadTransaction && m_link->transactionStatus() == PQTRANS_IDLE;
-    // A failure must end neither the other reads of the read transaction nor
-    // the caller's transaction (as vorn_statement_rollback says).
-    const bool guard = inReadTransaction
-                           ? m_readTransactionCursors > 0
-                           : !startsReadTransaction && m_link->settings().statementRollback;
+    // A failure must not end the caller's transaction (as
+    // vorn_statement_rollback says).
+    const bool guard = m_link->settings().statementRollback;
     std::size_t index = 0;
-    ExecResult status = m_link->runUnit(
+    status = m_link->runUnit(
         guard ? Scope::Savepoint : Scope::None,
         [&](PgPipeline& p) {
-            if (startsReadTransaction) {
-                p.query("BEGIN");
-            }
             p.query(declare, params.count, nullptr, params.values, params.lengths);
             index = p.query(fetchCommand(rows, slot.name), 0, nullptr, nullptr, nullptr, true);
             return ExecResult();
         },
         [&](PgPipeline& p) { first.result = p.takeResult(index); }, sql);
     if (!status.ok()) {
-        if (!m_link->broken() && !guard && (startsReadTransaction || inReadTransaction)) {
-            endReadTransaction("ROLLBACK");
-        }
         return status;
-    }
-    if (startsReadTransaction) {
-        m_link->setOwnTransaction(true);
-        ++m_readTransactionId;
-        m_readTransactionCursors = 0;
-    }
-    if (m_link->ownTransactionOpen()) {
-        ++m_readTransactionCursors;
-        slot.readTransaction = m_readTransactionId;
     }
     first.requested = rows;
     fetchAhead(slot, first);
@@ -97,7 +81,6 @@ ExecResult PgReads::fetch(const PgCursorSlot& slot, PgChunk& chunk) {
     if (m_link->broken()) {
         return m_link->lostFailure();
     }
-    settle();
     PgResult ahead;
     ExecResult status;
     if (m_link->takeAhead(slot.name, ahead, status)) {
@@ -107,15 +90,11 @@ ExecResult PgReads::fetch(const PgCursorSlot& slot, PgChunk& chunk) {
         }
         return status;
     }
-    const bool guard = fetchGuard(slot);
     PgChunk next;
     next.requested = chunk.nextRequest(m_link->settings().maxFetchRows);
-    status = m_link->runOne(guard ? Scope::Savepoint : Scope::None,
+    status = m_link->runOne(fetchGuard() ? Scope::Savepoint : Scope::None,
                             fetchCommand(next.requested, slot.name), &next.result);
     if (!status.ok()) {
-        if (!m_link->broken() && !guard && m_link->ownTransactionOpen()) {
-            endReadTransaction("ROLLBACK");
-        }
         return status;
     }
     chunk = std::move(next);
@@ -127,13 +106,7 @@ void PgReads::close(const PgCursorSlot& slot) {
     if (m_link->broken() || slot.name.empty()) {
         return;
     }
-    settle();
     m_link->dropAhead(slot.name);
-    if (m_link->ownTransactionOpen() && slot.readTransaction == m_readTransactionId &&
-        --m_readTransactionCursors == 0) {
-        endReadTransaction("COMMIT");  // closes the cursor too
-        return;
-    }
     const std::string sql = "CLOSE " + slot.name;
     switch (m_link->transactionStatus()) {
         case PQTRANS_IDLE:
@@ -157,37 +130,13 @@ ExecResult PgReads::release() {
     if (m_link->broken()) {
         return m_link->lostFailure();
     }
-    settle();
-    if (!m_link->ownTransactionOpen()) {
-        return {};
-    }
-    // The open reads keep their cursors: WITH HOLD makes the server keep the
-    // rest of their rows past the commit.
-    m_link->setOwnTransaction(false);
-    m_readTransactionCursors = 0;
-    return m_link->runOne(Scope::None, "COMMIT");
-}
-
-// Reads the answer sent ahead. A chunk fetched ahead that failed took the read
-// transaction with it (it was the transaction's only cursor, else nothing is
-// fetched ahead): that transaction is ended now, so the call that comes next
-// meets a free connection.
-void PgReads::settle() {
     m_link->settle();
-    if (m_link->ownTransactionOpen() && m_link->transactionStatus() == PQTRANS_INERROR) {
-        endReadTransaction("ROLLBACK");
-        m_link->settle();
-    }
+    return {};
 }
 
-// Whether a fetch from the cursor of slot needs a savepoint, so that its
-// failure cannot end more than the read: the caller's transaction (as
-// vorn_statement_rollback says) or other reads of the read transaction.
-bool PgReads::fetchGuard(const PgCursorSlot& slot) const {
-    if (m_link->ownTransactionOpen()) {
-        const bool inReadTransaction = slot.readTransaction == m_readTransactionId;
-        return m_readTransactionCursors - (inReadTransaction ? 1 : 0) > 0;
-    }
+// Whether a fetch needs a savepoint, so that its failure cannot end the
+// caller's transaction (as vorn_statement_rollback says).
+bool PgReads::fetchGuard() const {
     return m_link->callerTransactionOpen() && m_link->settings().statementRollback;
 }
 
@@ -195,21 +144,12 @@ bool PgReads::fetchGuard(const PgCursorSlot& slot) const {
 // caller reads this one. Only where the fetch needs no savepoint: the answer
 // is read by whatever call comes next.
 void PgReads::fetchAhead(const PgCursorSlot& slot, const PgChunk& chunk) {
-    if (m_link->broken() || chunk.last() || fetchGuard(slot)) {
+    if (m_link->broken() || chunk.last() || fetchGuard()) {
         return;
     }
     const int rows = chunk.nextRequest(m_link->settings().maxFetchRows);
     if (m_link->sendAhead(fetchCommand(rows, slot.name), slot.name)) {
         m_aheadRows = rows;
-    }
-}
-
-// Ends the read transaction without waiting for the answer.
-void PgReads::endReadTransaction(const char* how) {
-    m_link->setOwnTransaction(false);
-    m_readTransactionCursors = 0;
-    if (!m_link->broken()) {
-        m_link->sendAhead(how, "");
     }
 }
 
