@@ -106,6 +106,14 @@ ExecResult PgLink::failureOf(const PGresult* failure, bool connectionFailed, std
 // A round trip of its own, only when the mode changed: in the unit's pipeline
 // the SETs would be undone with a failing unit, and would keep statements that
 // refuse to run in a pipeline (VACUUM, CREATE DATABASE, ...) from running.
+ExecResult PgLink::readyToSend() {
+    if (m_broken) {
+        return lostFailure();
+    }
+    settle();
+    return keepSessionMode();
+}
+
 ExecResult PgLink::keepSessionMode() {
     // A failed transaction refuses every command but the one that ends it.
     if (pgSessionModeHolds(m_conn) || transactionStatus() == PQTRANS_INERROR) {
@@ -131,13 +139,9 @@ ExecResult PgLink::runControl(const char* sql) {
 
 ExecResult PgLink::runUnit(Scope scopeKind, const PgFill& fill, const PgCollect& collect,
                            std::string_view sql) {
-    if (m_broken) {
-        return lostFailure();
-    }
-    settle();
-    ExecResult restored = keepSessionMode();
-    if (!restored.ok()) {
-        return restored;
+    ExecResult ready = readyToSend();
+    if (!ready.ok()) {
+        return ready;
     }
     const bool callerTransaction = callerTransactionOpen();
     // Declared before the pipeline: a failed unit is undone after the
@@ -199,13 +203,9 @@ ExecResult PgLink::feedCopy(const PgCopyFeed& feed, bool& sent, PgResult& result
 
 ExecResult PgLink::runCopy(const std::string& copySql, const PgCopyFeed& feed,
                            std::string_view sql) {
-    if (m_broken) {
-        return lostFailure();
-    }
-    settle();
-    ExecResult restored = keepSessionMode();  // the rows travel in the client encoding
-    if (!restored.ok()) {
-        return restored;
+    ExecResult ready = readyToSend();  // the rows travel in the client encoding
+    if (!ready.ok()) {
+        return ready;
     }
     const bool callerTransaction = callerTransactionOpen();
     TransactionScope scope(unitScope(Scope::None), controlRunner());
@@ -284,11 +284,7 @@ void PgLink::settle() {
 // command of a pipeline, and would otherwise apply it to the first command of
 // the next unit.
 ExecResult PgLink::sendStreamed(const std::string& sql, const PgParams& params, PgIncoming* owner) {
-    if (m_broken) {
-        return lostFailure();
-    }
-    settle();
-    ExecResult status = keepSessionMode();
+    ExecResult status = readyToSend();
     if (!status.ok()) {
         return status;
     }

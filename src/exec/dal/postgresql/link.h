@@ -164,6 +164,9 @@ class PgLink {
     platform::ExecResult feedCopy(const PgCopyFeed& feed, bool& sent, PgResult& result);
     platform::ExecResult runControl(const char* sql);
     void endIncoming();
+    // Readies the connection for the next unit: not lost, free of answers
+    // and rows still to come (settle), in the mode of session_mode.h.
+    platform::ExecResult readyToSend();
     // Puts the session back in the mode of session_mode.h when it left it.
     platform::ExecResult keepSessionMode();
     TransactionScope::Run controlRunner();
