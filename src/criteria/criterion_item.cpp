@@ -1,5 +1,3 @@
-#include <utility>
-
 #include "statement/escaping.h"
 #include "statement/text_concat.h"
 #include "vorn/base.h"
