@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -54,18 +55,17 @@ class InlineText {
         append(text);
     }
     void push_back(char c) { *grow(1) = c; }
-    // text may view this object's own characters.
+    // text may view this object's own characters; they are then read where
+    // they stand once the text has grown.
     void append(std::string_view text) {
-        if (text.empty()) {
-            return;
+        const std::less<const char*> before;
+        const char* const begin = data();
+        const bool own = !before(text.data(), begin) && before(text.data(), begin + m_size);
+        const std::size_t offset = own ? static_cast<std::size_t>(text.data() - begin) : 0;
+        char* const to = grow(text.size());
+        if (!text.empty()) {
+            std::memcpy(to, own ? data() + offset : text.data(), text.size());
         }
-        if (m_size + text.size() <= m_capacity) {
-            std::memmove(data() + m_size, text.data(), text.size());
-            m_size += text.size();
-            return;
-        }
-        const std::string copy(text);  // text may point into the old storage
-        std::memcpy(grow(copy.size()), copy.data(), copy.size());
     }
     // Lengthens the text by count characters, left unset, and returns where
     // they start. Pointers into the text taken before are invalid afterwards.
