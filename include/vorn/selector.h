@@ -65,7 +65,7 @@ class VORN_API CVORNSelector : public CVORNBase {
   private:
     // Each clause keeps only what varies; toString() writes the keywords.
     std::string m_columns;
-    std::string m_orderBy;             // the order keys, ',' between them
+    std::string m_orderBy;             // " order by " and the keys, ',' between them
     vorn::detail::InlineText m_where;  // the condition's text, when m_hasWhere
     std::string m_distinct;
     std::string m_compound;

@@ -66,17 +66,25 @@ unsigned long refuse(StatementKind kind, const char* session, Clock::time_point 
     return kRefused;
 }
 
-// Records a call the store ran; a failure is reported at information level
-// with the store's detail and the code returned.
+// Records a call for lastError() and the statistics. Transaction calls end
+// here: they never log, whatever the outcome; their code says it all.
+unsigned long settle(StatementKind kind, const char* session, std::string_view text,
+                     Clock::time_point start, const ExecResult& status) {
+    vorn::diag::record(kind, session, text, start, vorn::diag::outcomeOf(status));
+    return status.errorCode();
+}
+
+// Records a statement the store ran; a failure is also logged at information
+// level with the store's detail.
 unsigned long finish(StatementKind kind, const char* session, std::string_view text,
                      Clock::time_point start, const char* function, int line,
                      const ExecResult& status) {
-    vorn::diag::record(kind, session, text, start, vorn::diag::outcomeOf(status));
+    const unsigned long code = settle(kind, session, text, start, status);
     if (status.outcome() != 0) {
-        Logger::info(status.errorCode(), SourceLocation{kUnit, function, line},
+        Logger::info(code, SourceLocation{kUnit, function, line},
                      LogScrubber::scrub(tagged(status.detail().value_or(std::string()))));
     }
-    return status.errorCode();
+    return code;
 }
 
 // Runs sql on session: with its values when the statement is a bound one.
@@ -144,24 +152,21 @@ unsigned long MIRAsqlDB::beginTransaction() {
     const Clock::time_point start = Clock::now();
     const char* const name = sessionName();
     DataSession session(name);
-    return finish(StatementKind::Begin, name, "BEGIN", start, "beginTransaction", __LINE__,
-                  session.beginTransaction());
+    return settle(StatementKind::Begin, name, "BEGIN", start, session.beginTransaction());
 }
 
 unsigned long MIRAsqlDB::commitTransaction() {
     const Clock::time_point start = Clock::now();
     const char* const name = sessionName();
     DataSession session(name);
-    return finish(StatementKind::Commit, name, "COMMIT", start, "commitTransaction", __LINE__,
-                  session.commit());
+    return settle(StatementKind::Commit, name, "COMMIT", start, session.commit());
 }
 
 unsigned long MIRAsqlDB::rollbackTransaction() {
     const Clock::time_point start = Clock::now();
     const char* const name = sessionName();
     DataSession session(name);
-    return finish(StatementKind::Rollback, name, "ROLLBACK", start, "rollbackTransaction", __LINE__,
-                  session.rollback());
+    return settle(StatementKind::Rollback, name, "ROLLBACK", start, session.rollback());
 }
 
 unsigned long MIRAsqlDB::execReadSQL(const CVORNBase& statement, CVORNReader& reader) {

@@ -21,7 +21,10 @@ class InlineText {
   public:
     static constexpr std::size_t kInlineSize = 112;
 
-    InlineText() noexcept = default;
+    // Defaulted below, outside the class: a user-provided constructor lets a
+    // const object be declared without an initialiser although m_inline is
+    // left unset (it is only read up to m_size).
+    InlineText() noexcept;
     explicit InlineText(std::string_view text) { append(text); }
     InlineText(const InlineText& other) { append(other.view()); }
     InlineText(InlineText&& other) noexcept { take(other); }
@@ -103,5 +106,7 @@ class InlineText {
     std::size_t m_capacity = kInlineSize;
     char m_inline[kInlineSize];
 };
+
+inline InlineText::InlineText() noexcept = default;
 
 }  // namespace vorn::detail

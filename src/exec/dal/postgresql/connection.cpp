@@ -59,19 +59,9 @@ ExecResult PgConnection::control(const char* sql, PgResult* kept) {
         return status;
     }
     // The server only warns of a BEGIN inside a transaction and of a COMMIT
-    // or ROLLBACK outside one, and the call succeeds; the log says so, as
-    // SQLite's refusal of the same call is logged.
-    const bool begin = std::strcmp(sql, "BEGIN") == 0;
-    const bool needless = begin == m_link->inTransaction();
-    status = m_link->runOne(PgLink::Scope::None, sql, kept);
-    if (status.ok() && needless) {
-        platform::Logger::info(
-            {"PgConnection", "control", __LINE__},
-            std::string("[VORNLib]") + sql +
-                (begin ? " inside an open transaction" : " without an open transaction") +
-                ": the server changed nothing");
-    }
-    return status;
+    // or ROLLBACK outside one, and the call succeeds. Transaction calls write
+    // no log line, whatever their outcome.
+    return m_link->runOne(PgLink::Scope::None, sql, kept);
 }
 
 ExecResult PgConnection::begin() {
