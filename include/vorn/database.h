@@ -48,6 +48,7 @@ class VORN_API MIRAsqlDB : public CVORN {
 
     /// Opens a transaction on this thread's session; 0, or the store's code
     /// (see vorn::platform::DataSession::beginTransaction() for one already open).
+    /// The three transaction calls write no log line, whatever the outcome.
     unsigned long beginTransaction() override;
     /// Commits this thread's transaction; 0, or the store's code (see
     /// vorn::platform::DataSession::commit() for a call without a transaction).

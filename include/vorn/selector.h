@@ -47,7 +47,8 @@ class VORN_API CVORNSelector : public CVORNBase {
     /// Writes `"distinct "` after `"select "`.
     void distinct();
     /// Appends an order key, its quotes doubled (`" order by "` before the first,
-    /// `","` before the others).
+    /// `","` before the others, whatever the keys: an empty first key renders
+    /// `" order by ,b"`).
     /// ascending == true writes no keyword; false appends " DESC".
     void orderBy(const std::string& column, bool ascending = true);
     /// Appends the column's `"table.column"` as an order key, as orderBy(const std::string&, bool).
