@@ -19,11 +19,20 @@ using Case = vorn::test::RenderCase<I>;
 // One value streamed into table t, first and after another value.
 template <typename T>
 Case value(const std::string& name, T v, const std::string& rendered) {
-    return Case{name, [v](I& i) { i.table("t"); i << v; }, "insert into t values(" + rendered + ")"};
+    return Case{name,
+                [v](I& i) {
+                    i.table("t");
+                    i << v;
+                },
+                "insert into t values(" + rendered + ")"};
 }
 template <typename T>
 Case later(const std::string& name, T v, const std::string& rendered) {
-    return Case{name, [v](I& i) { i.table("t"); i << 1 << v; },
+    return Case{name,
+                [v](I& i) {
+                    i.table("t");
+                    i << 1 << v;
+                },
                 "insert into t values(1," + rendered + ")"};
 }
 

@@ -118,6 +118,7 @@ TEST_P(StatementModel, GivesTheExactText) {
     EXPECT_EQ(GetParam().text(), GetParam().expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(Rules, StatementModel, ::testing::ValuesIn(kRules), vorn::test::CaseName());
+INSTANTIATE_TEST_SUITE_P(Rules, StatementModel, ::testing::ValuesIn(kRules),
+                         vorn::test::CaseName());
 
 }  // namespace

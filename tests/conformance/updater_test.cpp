@@ -21,11 +21,21 @@ using Case = vorn::test::RenderCase<U>;
 // One assignment to column n of table t, first and after another assignment.
 template <typename T>
 Case value(const std::string& name, T v, const std::string& rendered) {
-    return Case{name, [v](U& u) { u.table("t"); u["n"].assign(v); }, "update t set n=" + rendered};
+    return Case{name,
+                [v](U& u) {
+                    u.table("t");
+                    u["n"].assign(v);
+                },
+                "update t set n=" + rendered};
 }
 template <typename T>
 Case later(const std::string& name, T v, const std::string& rendered) {
-    return Case{name, [v](U& u) { u.table("t"); u["a"].assign(1); u["n"].assign(v); },
+    return Case{name,
+                [v](U& u) {
+                    u.table("t");
+                    u["a"].assign(1);
+                    u["n"].assign(v);
+                },
                 "update t set a=1,n=" + rendered};
 }
 

@@ -46,7 +46,9 @@ struct CaseName {
 }  // namespace vorn::test
 
 // One parameterised test per table of rendering rules: Suite/Rules.Renders/<case>.
-#define VORN_RENDER_RULES(Suite, Builder, table)                                              \
-    class Suite : public ::testing::TestWithParam<vorn::test::RenderCase<Builder>> {};        \
-    TEST_P(Suite, Renders) { vorn::test::expectRenders(GetParam()); }                         \
+#define VORN_RENDER_RULES(Suite, Builder, table)                                       \
+    class Suite : public ::testing::TestWithParam<vorn::test::RenderCase<Builder>> {}; \
+    TEST_P(Suite, Renders) {                                                           \
+        vorn::test::expectRenders(GetParam());                                         \
+    }                                                                                  \
     INSTANTIATE_TEST_SUITE_P(Rules, Suite, ::testing::ValuesIn(table), vorn::test::CaseName())
