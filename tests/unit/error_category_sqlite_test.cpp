@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "exec/diagnostics/error_category.h"
 #include "scratch_dir.h"
+#include "store_classify.h"
 
 namespace {
 
@@ -31,9 +31,9 @@ class Database {
     int run(const std::string& sql) {
         return sqlite3_exec(m_db, sql.c_str(), nullptr, nullptr, nullptr);
     }
-    vorn::diag::Classified classifyLast() const {
+    vorn::dal::ErrorClass classifyLast() const {
         const auto code = static_cast<std::uint64_t>(sqlite3_extended_errcode(m_db));
-        return vorn::diag::classify(code, sqlite3_errmsg(m_db), false);
+        return vorn::test::classify(code, sqlite3_errmsg(m_db), false);
     }
     std::string scalar(const std::string& sql) {
         std::string value;
@@ -52,7 +52,7 @@ class Database {
     int m_status;
 };
 
-void expectCategory(const vorn::diag::Classified& got, ErrorCategory category,
+void expectCategory(const vorn::dal::ErrorClass& got, ErrorCategory category,
                     const std::string& sqlstate) {
     EXPECT_EQ(vorn::toString(got.category), std::string(vorn::toString(category)));
     EXPECT_EQ(got.sqlstate, sqlstate);

@@ -1,5 +1,3 @@
-#include "exec/diagnostics/error_category.h"
-
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
@@ -7,13 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "store_classify.h"
 #include "vorn/platform/error_codes.h"
 
 namespace {
 
 using vorn::ErrorCategory;
-using vorn::diag::classify;
 using vorn::platform::pgCodeFromSqlstate;
+using vorn::test::classify;
 namespace errc = vorn::platform::errc;
 
 struct Expected {
@@ -23,7 +22,7 @@ struct Expected {
 
 void expectClassified(std::uint64_t code, const std::string& message, bool refused,
                       const Expected& expected, std::uint64_t storeCode) {
-    const vorn::diag::Classified got = classify(code, message, refused);
+    const vorn::dal::ErrorClass got = classify(code, message, refused);
     EXPECT_EQ(vorn::toString(got.category), std::string(vorn::toString(expected.category)));
     EXPECT_EQ(got.sqlstate, expected.sqlstate);
     EXPECT_EQ(got.storeCode, storeCode);

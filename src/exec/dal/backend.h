@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "exec/dal/error_class.h"
 #include "vorn/platform/data_access.h"
 
 // What a data-access backend provides. The core (sessions, data-source
@@ -107,12 +108,20 @@ class Connection {
 struct Backend {
     // Matched without regard to case; the first one names the backend.
     std::vector<std::string_view> schemes;
+    // The store's name as the manual writes it ("SQLite").
+    std::string_view title;
     // Checks a URL of one of the schemes without connecting; false with a
     // problem text (free of secrets) when it is malformed.
     bool (*check)(const std::string& url, std::string& problem);
     // Opens a connection; null with status set when that fails (the next
     // call tries again).
     std::unique_ptr<Connection> (*connect)(const std::string& url, platform::ExecResult& status);
+    // Sorts a failure this backend returned (the store's code, and its
+    // message) into its category and SQLSTATE (error_class.h); the layer's
+    // own errc codes never reach it.
+    ErrorClass (*classify)(std::uint64_t code, std::string_view message);
+    // The table classify applies, row by row, for the manual.
+    std::vector<ErrorRow> (*errorRows)();
 };
 
 // Every backend of this build, in the order the build lists them. The list is

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "exec/diagnostics/error_category.h"
+#include "exec/dal/error_class.h"
 #include "exec/diagnostics/observer.h"
 #include "exec/diagnostics/statistics_store.h"
 #include "vorn/keywords.h"
@@ -14,7 +14,7 @@ namespace {
 thread_local ErrorInfo t_lastError;
 
 // The thread's last error after a call on session ended as outcome says.
-void noteLastError(const char* session, const Outcome& outcome, const Classified& classified) {
+void noteLastError(const char* session, const Outcome& outcome, const dal::ErrorClass& classified) {
     ErrorInfo& last = t_lastError;
     if (outcome.code == 0) {
         if (last.code != 0) {
@@ -58,14 +58,14 @@ void logSlow(const StatementEvent& event) {
     platform::Logger::info({"Diagnostics", "slowStatement", __LINE__}, line);
 }
 
-Classified classifiedOf(const Outcome& outcome) {
+dal::ErrorClass classifiedOf(const Outcome& outcome, const char* session) {
     if (outcome.code == 0) {
-        return Classified();
+        return {};
     }
-    return classify(
+    return dal::classifySessionFailure(
         outcome.code,
         outcome.message != nullptr ? std::string_view(*outcome.message) : std::string_view(),
-        outcome.refused);
+        outcome.refused, session != nullptr ? session : "");
 }
 
 }  // namespace
@@ -81,7 +81,7 @@ Outcome outcomeOf(const platform::ExecResult& status) {
 void record(StatementKind kind, const char* session, std::string_view text, Clock::time_point start,
             const Outcome& outcome) {
     const std::chrono::nanoseconds duration = Clock::now() - start;
-    const Classified classified = classifiedOf(outcome);
+    const dal::ErrorClass classified = classifiedOf(outcome, session);
     noteLastError(session, outcome, classified);
     const char* name = session != nullptr ? session : "";
     StatisticsStore::add(kind, name, duration, outcome.rows, classified.category);
@@ -106,7 +106,7 @@ void PendingRead::finish(const platform::ExecResult& status) {
 
 void noteOutcome(const char* session, const platform::ExecResult& status) {
     const Outcome outcome = outcomeOf(status);
-    noteLastError(session, outcome, classifiedOf(outcome));
+    noteLastError(session, outcome, classifiedOf(outcome, session));
 }
 
 ErrorInfo lastErrorOfThread() {

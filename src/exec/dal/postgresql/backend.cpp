@@ -1,6 +1,7 @@
 #include "exec/dal/backend.h"
 
 #include "exec/dal/postgresql/connection.h"
+#include "exec/dal/postgresql/errors.h"
 #include "exec/dal/postgresql/settings.h"
 #include "vorn/platform/error_codes.h"
 
@@ -25,7 +26,8 @@ std::unique_ptr<Connection> connect(const std::string& url, platform::ExecResult
 }  // namespace
 
 const Backend& postgresqlBackend() {
-    static const Backend backend{{"postgresql", "postgres"}, &checkUrl, &connect};
+    static const Backend backend{
+        {"postgresql", "postgres"}, "PostgreSQL", &checkUrl, &connect, &pgClassify, &pgErrorRows};
     return backend;
 }
 

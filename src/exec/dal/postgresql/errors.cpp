@@ -13,7 +13,66 @@ const char* field(const PGresult* result, int code) {
     return result != nullptr ? PQresultErrorField(result, code) : nullptr;
 }
 
+struct PgRule {
+    const char* sqlstate;  // five characters: that state; two: its whole class
+    ErrorCategory category;
+};
+
+using C = ErrorCategory;
+
+// The first rule that applies wins: single states before classes, so that
+// 42501 is a refused permission although class 42 is syntax.
+constexpr PgRule kRules[] = {
+    {"00000", C::None},
+    {"57P01", C::ConnectionLost},
+    {"57P02", C::ConnectionLost},
+    {"57P03", C::ConnectionLost},
+    {"57014", C::Timeout},
+    {"25P03", C::Timeout},
+    {"57P05", C::Timeout},
+    {"40001", C::Busy},
+    {"40P01", C::Busy},
+    {"55P03", C::Busy},
+    {"55006", C::Busy},
+    {"42501", C::Permission},
+    {"25006", C::Permission},
+    {"08", C::ConnectionLost},
+    {"23", C::Constraint},
+    {"28", C::Permission},
+    {"42", C::Syntax},
+    {"22", C::InvalidValue},
+};
+
+bool applies(const PgRule& rule, const std::string& sqlstate) {
+    return sqlstate.compare(0, std::strlen(rule.sqlstate), rule.sqlstate) == 0;
+}
+
 }  // namespace
+
+ErrorClass pgClassify(std::uint64_t code, std::string_view /*message*/) {
+    std::string sqlstate = platform::sqlstateFromCode(code);
+    if (sqlstate.empty()) {
+        return {C::Other, pgstate::kInternalError, 0};
+    }
+    for (const PgRule& rule : kRules) {
+        if (applies(rule, sqlstate)) {
+            return {rule.category, rule.category == C::None ? std::string() : sqlstate, 0};
+        }
+    }
+    return {C::Other, sqlstate, 0};
+}
+
+std::vector<ErrorRow> pgErrorRows() {
+    std::vector<ErrorRow> rows;
+    for (const PgRule& rule : kRules) {
+        const bool wholeClass = std::strlen(rule.sqlstate) == 2;
+        rows.push_back({std::string(wholeClass ? "class `" : "`") + rule.sqlstate + "`",
+                        rule.category, rule.category == C::None ? "" : "as sent"});
+    }
+    rows.push_back({"any other SQLSTATE", C::Other, "as sent"});
+    rows.push_back({"a code without a readable SQLSTATE", C::Other, pgstate::kInternalError});
+    return rows;
+}
 
 std::string pgOneLine(std::string_view message) {
     std::string out;
@@ -54,7 +113,8 @@ platform::ExecResult pgResultFailure(const PGresult* result, PGconn* conn) {
         }
     }
     if (sqlstate == nullptr || *sqlstate == '\0') {
-        sqlstate = PQstatus(conn) == CONNECTION_BAD ? pgstate::kConnectionFailure : "XX000";
+        sqlstate = PQstatus(conn) == CONNECTION_BAD ? pgstate::kConnectionFailure
+                                                    : pgstate::kInternalError;
     }
     return pgFailure(sqlstate, std::move(detail));
 }

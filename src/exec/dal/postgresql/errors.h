@@ -4,7 +4,9 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "exec/dal/error_class.h"
 #include "vorn/platform/data_access.h"
 
 namespace vorn::dal {
@@ -16,7 +18,17 @@ inline constexpr const char* kCannotConnect = "08001";
 inline constexpr const char* kFailedTransaction = "25P02";  // COMMIT of a failed transaction
 inline constexpr const char* kFeatureNotSupported = "0A000";
 inline constexpr const char* kSyntaxError = "42601";
+inline constexpr const char* kUntranslatableCharacter = "22021";  // a NUL byte in text
+inline constexpr const char* kOutOfMemory = "53200";
+inline constexpr const char* kInternalError = "XX000";
 }  // namespace pgstate
+
+// PostgreSQL's codes sorted into categories by their SQLSTATE, which is kept
+// as the server sent it.
+ErrorClass pgClassify(std::uint64_t code, std::string_view message);
+
+// The table pgClassify applies, for the manual.
+std::vector<ErrorRow> pgErrorRows();
 
 // message on one line: runs of blanks, tabs and line breaks become one blank,
 // and leading and trailing ones go.

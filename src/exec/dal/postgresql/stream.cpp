@@ -16,7 +16,6 @@ constexpr int kBlockRows = 10000;
 // connection of its own).
 constexpr int kDiscardRows = 10000;
 constexpr long kDiscardBytes = 1024L * 1024;
-constexpr const char* kOutOfMemory = "53200";
 
 }  // namespace
 
@@ -82,7 +81,7 @@ void PgStream::takeRest() {
     ExecResult status;
     while (receive(row, status)) {
         if (!append(std::move(row))) {
-            status = pgFailure(kOutOfMemory, "out of memory while keeping the rest of a read");
+            status = pgFailure(pgstate::kOutOfMemory, "out of memory while keeping the rest of a read");
             while (m_link->nextIncoming()) {
             }
             break;

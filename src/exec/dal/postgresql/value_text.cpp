@@ -39,7 +39,7 @@ platform::ExecResult pgValueText(const BatchValue& value, bool realTarget,
         case typecode::kString:
             text = value.text();
             if (text.find('\0') != std::string_view::npos) {
-                return pgFailure("22021",
+                return pgFailure(pgstate::kUntranslatableCharacter,
                                  "a text value holds a NUL byte, which PostgreSQL text cannot "
                                  "store");
             }

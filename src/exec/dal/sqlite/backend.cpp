@@ -1,6 +1,7 @@
 #include "exec/dal/backend.h"
 
 #include "exec/dal/sqlite/connection.h"
+#include "exec/dal/sqlite/errors.h"
 #include "exec/dal/sqlite/settings.h"
 #include "vorn/platform/error_codes.h"
 
@@ -25,7 +26,8 @@ std::unique_ptr<Connection> connect(const std::string& url, platform::ExecResult
 }  // namespace
 
 const Backend& sqliteBackend() {
-    static const Backend backend{{"sqlite"}, &checkUrl, &connect};
+    static const Backend backend{{"sqlite"}, "SQLite",        &checkUrl,
+                                 &connect,   &sqliteClassify, &sqliteErrorRows};
     return backend;
 }
 
