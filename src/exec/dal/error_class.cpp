@@ -126,7 +126,7 @@ std::string errorCategoryPage() {
         "failed call (see [Diagnostics](diagnostics.md)): the library's own refusals\n"
         "first, then the failures of the store the session is bound to. In each\n"
         "table the first row that applies wins. This page is printed from the\n"
-        "tables the library classifies with (`tests/unit/error_category_test.cpp`\n"
+        "tables the library classifies with (`tests/unit/error_page_test.cpp`\n"
         "fails when they differ).\n\n";
     appendTable(page, "The library's refusals", layerRefusalRows());
     for (const Backend* backend : compiledBackends()) {
