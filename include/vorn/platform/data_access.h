@@ -13,6 +13,12 @@
 #include "vorn/export.h"
 #include "vorn/platform/typed_ref.h"
 
+/// @cond internal
+namespace vorn::dal {
+struct SessionState;
+}  // namespace vorn::dal
+/// @endcond
+
 namespace vorn::platform {
 
 /// Statement kinds, in the data-access layer's numbering.
@@ -237,11 +243,8 @@ class VORN_API DataSession {
     /// The session name given to the constructor.
     const std::string& sessionName() const noexcept;
 
-    /// The library's own state of a session.
-    struct Impl;
-
   private:
-    std::unique_ptr<Impl> m_impl;
+    std::unique_ptr<dal::SessionState> m_state;  // the library's own state of the session
 };
 
 }  // namespace vorn::platform

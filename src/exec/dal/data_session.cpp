@@ -10,15 +10,21 @@
 #include "vorn/platform/data_access.h"
 #include "vorn/platform/error_codes.h"
 
-namespace vorn::platform {
+namespace vorn::dal {
 
-struct DataSession::Impl {
+using platform::BoundParameters;
+using platform::ExecResult;
+
+// What a DataSession keeps between its calls; the executor's single writes
+// keep it on the stack for one call (writeOnce).
+struct SessionState {
     enum class Result { None, Open, Ended };
 
-    explicit Impl(const char* sessionName) : name(sessionName != nullptr ? sessionName : "") {}
-    ~Impl() { leaveIfInherited(); }
-    Impl(const Impl&) = delete;
-    Impl& operator=(const Impl&) = delete;
+    explicit SessionState(const char* sessionName)
+        : name(sessionName != nullptr ? sessionName : "") {}
+    ~SessionState() { leaveIfInherited(); }
+    SessionState(const SessionState&) = delete;
+    SessionState& operator=(const SessionState&) = delete;
 
     // Takes this thread's connection for the name at the first call that
     // needs it (again, when the process has forked since).
@@ -75,51 +81,56 @@ struct DataSession::Impl {
 
     std::string name;
     // Declared before the cursor, which must go first.
-    dal::ConnectionLease connection;
+    ConnectionLease connection;
     std::uint64_t forkGeneration = 0;
-    std::unique_ptr<dal::Cursor> cursor;
+    std::unique_ptr<Cursor> cursor;
     Result result = Result::None;
 };
 
-DataSession::DataSession(const char* sessionName) : m_impl(std::make_unique<Impl>(sessionName)) {}
+}  // namespace vorn::dal
+
+namespace vorn::platform {
+
+DataSession::DataSession(const char* sessionName)
+    : m_state(std::make_unique<dal::SessionState>(sessionName)) {}
 
 DataSession::~DataSession() = default;
 
 const std::string& DataSession::sessionName() const noexcept {
-    return m_impl->name;
+    return m_state->name;
 }
 
 ExecResult DataSession::beginTransaction() {
-    ExecResult status = m_impl->connect();
-    return status.ok() ? m_impl->connection->begin() : status;
+    ExecResult status = m_state->connect();
+    return status.ok() ? m_state->connection->begin() : status;
 }
 
 ExecResult DataSession::commit() {
-    ExecResult status = m_impl->connect();
-    return status.ok() ? m_impl->connection->commit() : status;
+    ExecResult status = m_state->connect();
+    return status.ok() ? m_state->connection->commit() : status;
 }
 
 ExecResult DataSession::rollback() {
-    ExecResult status = m_impl->connect();
-    return status.ok() ? m_impl->connection->rollback() : status;
+    ExecResult status = m_state->connect();
+    return status.ok() ? m_state->connection->rollback() : status;
 }
 
 ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind,
                                 const std::string& sql, NoParameters /*none*/) {
     if (kind != SqlKind::Read) {
-        return m_impl->write(sql);
+        return m_state->write(sql);
     }
-    m_impl->endResult();
-    ExecResult status = m_impl->connect();
+    m_state->endResult();
+    ExecResult status = m_state->connect();
     if (!status.ok()) {
         return status;
     }
-    return m_impl->opened(m_impl->connection->query(sql, m_impl->cursor));
+    return m_state->opened(m_state->connection->query(sql, m_state->cursor));
 }
 
 ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind,
                                 const std::string& sql, const TypedRef& parameters) {
-    m_impl->endResult();
+    m_state->endResult();
     if (kind == SqlKind::Read) {
         return ExecResult::failure(errc::kBadParameters,
                                    "a parameter set is executed as a batch, not as a read");
@@ -129,11 +140,11 @@ ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind
     if (!status.ok()) {
         return status;
     }
-    status = m_impl->connect();
+    status = m_state->connect();
     if (!status.ok()) {
         return status;
     }
-    status = m_impl->connection->executeBatch(sql, batch);
+    status = m_state->connection->executeBatch(sql, batch);
     if (status.ok()) {
         status.setRows(batch.rows());
     }
@@ -143,19 +154,19 @@ ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind
 ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind,
                                 const std::string& sql, const BoundParameters& parameters) {
     if (kind == SqlKind::Batch) {
-        m_impl->endResult();
+        m_state->endResult();
         return ExecResult::failure(errc::kBadParameters,
                                    "bound values make one statement, not a batch");
     }
     if (kind != SqlKind::Read) {
-        return m_impl->writeBound(sql, parameters);
+        return m_state->writeBound(sql, parameters);
     }
-    m_impl->endResult();
-    ExecResult status = m_impl->connect();
+    m_state->endResult();
+    ExecResult status = m_state->connect();
     if (!status.ok()) {
         return status;
     }
-    return m_impl->opened(m_impl->connection->queryBound(sql, parameters, m_impl->cursor));
+    return m_state->opened(m_state->connection->queryBound(sql, parameters, m_state->cursor));
 }
 
 bool DataSession::fetchRow(ExecResult& status, const TypedRef& rowTarget, int /*maxRows*/) {
@@ -165,31 +176,31 @@ bool DataSession::fetchRow(ExecResult& status, const TypedRef& rowTarget, int /*
                                          std::to_string(typecode::kRowTarget) + ")");
         return false;
     }
-    if (m_impl->leaveIfInherited()) {
+    if (m_state->leaveIfInherited()) {
         status = ExecResult::failure(errc::kInheritedResult,
                                      "the result was opened before fork(), by the parent process; "
                                      "run the read again in this process");
         return false;
     }
-    switch (m_impl->result) {
-        case Impl::Result::None:
+    switch (m_state->result) {
+        case dal::SessionState::Result::None:
             status = ExecResult::failure(errc::kNoResult, "no read result is open on this session");
             return false;
-        case Impl::Result::Ended:
+        case dal::SessionState::Result::Ended:
             status = ExecResult();
             return false;
-        case Impl::Result::Open:
+        case dal::SessionState::Result::Open:
             break;
     }
     Row& row = *static_cast<Row*>(rowTarget.object);
-    if (m_impl->cursor->fetch(row, status)) {
+    if (m_state->cursor->fetch(row, status)) {
         if ((rowTarget.type.flags & kFlagNumbersAsValues) == 0) {
             dal::renderNumbers(row);
         }
         return true;
     }
-    m_impl->cursor.reset();
-    m_impl->result = Impl::Result::Ended;
+    m_state->cursor.reset();
+    m_state->result = dal::SessionState::Result::Ended;
     return false;
 }
 
@@ -200,13 +211,13 @@ namespace vorn::dal {
 // The session's state lives on the stack here: the same steps as a
 // DataSession made for the one call, without its allocation.
 platform::ExecResult writeOnce(const char* sessionName, const std::string& sql) {
-    platform::DataSession::Impl session(sessionName);
+    SessionState session(sessionName);
     return session.write(sql);
 }
 
 platform::ExecResult writeOnce(const char* sessionName, const std::string& sql,
                                const platform::BoundParameters& parameters) {
-    platform::DataSession::Impl session(sessionName);
+    SessionState session(sessionName);
     return session.writeBound(sql, parameters);
 }
 
