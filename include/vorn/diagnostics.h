@@ -19,8 +19,8 @@
 
 namespace vorn {
 
-/// The kind of fault, the same on every store (see the README's table of the
-/// SQLite and PostgreSQL codes in each).
+/// The kind of fault, the same on every store (docs/error-categories.md gives
+/// the codes of each store in each, as each store's backend sorts them).
 enum class ErrorCategory : std::uint8_t {
     None,            ///< success
     Refused,         ///< the library's own refusal: empty statement, reader not
