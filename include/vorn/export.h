@@ -11,3 +11,6 @@
 #define VORN_API __attribute__((visibility("default")))
 /// Keeps a member of an exported class out of the interface (hidden visibility).
 #define VORN_LOCAL __attribute__((visibility("hidden")))
+/// VORN_API for a result that must not be dropped: a call whose result is
+/// ignored draws a warning.
+#define VORN_API_RESULT [[nodiscard, gnu::visibility("default")]]

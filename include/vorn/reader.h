@@ -11,9 +11,12 @@
 #include "vorn/export.h"
 #include "vorn/platform/data_access.h"
 
+/// @cond internal
 namespace vorn::diag {
 class PendingRead;
-}
+class ReadGate;
+}  // namespace vorn::diag
+/// @endcond
 
 /// Reads the rows of a query run by CVORN::execReadSQL, field by field:
 ///
@@ -79,7 +82,9 @@ class VORN_API CVORNReader {
     CVORNReader& operator>>(CVORNNull& marker);
 
   private:
-    friend class MIRAsqlDB;  // starts the record of each read (see <vorn/diagnostics.h>)
+    // The executor's one way in: it starts the record of each read (see
+    // <vorn/diagnostics.h>) and ends the one before.
+    friend class vorn::diag::ReadGate;
 
     // Records the read that is open, if any, as ended.
     VORN_LOCAL void endRead() noexcept;

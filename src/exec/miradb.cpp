@@ -184,12 +184,13 @@ unsigned long MIRAsqlDB::execReadSQL(const CVORNBase& statement, CVORNReader& re
         return refuse(StatementKind::Read, name, start, kExecRead, 69,
                       "Exception! strSQL is empty string!");
     }
-    reader.endRead();  // a read still open on this reader ends here
+    vorn::diag::ReadGate::endRead(reader);  // a read still open on this reader ends here
     static const std::string id = vorn::platform::makeStatementId(kUnit, kExecRead, 63);
     const ExecResult status = run(*session, id, SqlKind::Read, sql, bound);
     if (status.outcome() == 0) {
         // Recorded when its rows end, with their number.
-        reader.m_read = std::make_unique<vorn::diag::PendingRead>(name, std::move(sql), start);
+        vorn::diag::ReadGate::startRead(
+            reader, std::make_unique<vorn::diag::PendingRead>(name, std::move(sql), start));
         vorn::diag::noteOutcome(name, status);
         return 0;
     }

@@ -197,6 +197,15 @@ void CVORNReader::endRead() noexcept {
     }
 }
 
+void vorn::diag::ReadGate::endRead(CVORNReader& reader) noexcept {
+    reader.endRead();
+}
+
+void vorn::diag::ReadGate::startRead(CVORNReader& reader,
+                                     std::unique_ptr<PendingRead> read) noexcept {
+    reader.m_read = std::move(read);
+}
+
 bool CVORNReader::operator()() {
     return hasNextElement();
 }

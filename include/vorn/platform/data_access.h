@@ -45,7 +45,7 @@ using BoundParameters = std::vector<BoundParameter>;
 
 /// Outcome of a data-access call: outcome 0 is success; otherwise errorCode()
 /// is the store's (or the adapter's) code and detail() its message, if any.
-class VORN_API ExecResult {
+class VORN_API_RESULT ExecResult {
   public:
     /// A success: outcome 0, code 0, no detail, no rows.
     ExecResult() = default;
@@ -237,7 +237,10 @@ class VORN_API DataSession {
     /// their text. False at the end of the result
     /// (status success) or on failure (status set; errc::kNoResult when no read
     /// ran on this object, errc::kBadParameters for a wrong rowTarget).
-    /// maxRows is a fetch size hint for backends that fetch in chunks.
+    /// maxRows is accepted for the platform's signature and not used: each
+    /// call hands out one row (inside a transaction the PostgreSQL backend
+    /// fetches up to its URL's vorn_fetch_rows rows per round trip, whatever
+    /// maxRows is).
     bool fetchRow(ExecResult& status, const TypedRef& rowTarget, int maxRows);
 
     /// The session name given to the constructor.

@@ -2,11 +2,13 @@
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "vorn/diagnostics.h"
 #include "vorn/platform/data_access.h"
+#include "vorn/reader.h"
 
 // The recording of the calls of database objects: each call's outcome becomes
 // the thread's last error, a line of the statistics, an event for the
@@ -51,6 +53,15 @@ class PendingRead {
     std::string m_text;
     Clock::time_point m_start;
     std::uint64_t m_rows = 0;
+};
+
+// What the executor does to a reader, and nothing more.
+class ReadGate {
+  public:
+    // Records the read still open on reader, if any, as ended.
+    static void endRead(CVORNReader& reader) noexcept;
+    // Keeps read with reader until its rows end.
+    static void startRead(CVORNReader& reader, std::unique_ptr<PendingRead> read) noexcept;
 };
 
 // Sets the thread's last error from the outcome of a call that is not

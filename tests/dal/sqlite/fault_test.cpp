@@ -39,7 +39,7 @@ std::vector<Write> batchWrites(Params& params) {
              if (status.ok()) {
                  status = batch(s, "insert into t(name) values({name})", params.ref());
              }
-             session.rollback();  // SQLite may have rolled back already
+             static_cast<void>(session.rollback());  // SQLite may have rolled back already
              return status;
          }},
     };

@@ -118,8 +118,9 @@ void PgReads::close(const PgCursorSlot& slot) {
             return;
         case PQTRANS_INTRANS:
             // Guarded whatever the setting: closing a cursor that a rollback
-            // already took must not fail the caller's transaction.
-            m_link->runOne(Scope::Savepoint, sql);
+            // already took must not fail the caller's transaction; its
+            // outcome is of no use to anyone.
+            static_cast<void>(m_link->runOne(Scope::Savepoint, sql));
             return;
         default:  // a failed transaction: its rollback will take the cursor
             return;
