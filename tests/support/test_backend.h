@@ -36,6 +36,17 @@ inline const char* const kNoServer =
     "VORN_TEST_PG_URL is not set: start a throwaway server with \"scripts/pg-server start <dir>\" "
     "and export the lines it prints";
 
+// The shell command that restarts the test server (VORN_TEST_PG_RESTART, e.g.
+// "scripts/pg-server restart <dir>"), or "" when none was given.
+inline std::string restartCommand() {
+    const char* command = std::getenv("VORN_TEST_PG_RESTART");
+    return command == nullptr ? std::string() : std::string(command);
+}
+
+inline const char* const kNoRestart =
+    "VORN_TEST_PG_RESTART is not set: give it a shell command that restarts the server, e.g. "
+    "\"scripts/pg-server restart <dir>\"";
+
 // url with further query options ("a=b&c=d").
 inline std::string withOptions(const std::string& url, const std::string& options) {
     return url + (url.find('?') == std::string::npos ? "?" : "&") + options;
