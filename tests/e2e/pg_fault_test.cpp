@@ -35,12 +35,10 @@ class PgFaultTest : public ::testing::Test {
         if (postgresUrl().empty()) {
             GTEST_SKIP() << kNoServer;
         }
-        const char* restart = std::getenv("VORN_TEST_PG_RESTART");
-        if (restart == nullptr || *restart == '\0') {
-            GTEST_SKIP() << "VORN_TEST_PG_RESTART is not set: give it a shell command that "
-                            "restarts the server, e.g. \"scripts/pg-server restart <dir>\"";
+        if (restartCommand().empty()) {
+            GTEST_SKIP() << kNoRestart;
         }
-        m_crash = std::string(restart) + " immediate";
+        m_crash = restartCommand() + " immediate";
         m_schema = uniqueSchemaName();
         ASSERT_TRUE(adminExecute("create schema " + m_schema));
         // The test server commits without waiting for the log (synchronous_commit
@@ -71,8 +69,7 @@ class PgFaultTest : public ::testing::Test {
 };
 
 unsigned long runBatch(BatchInserter& batch) {
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
+    Database db;
     return db->ExecBatchInserter(batch);
 }
 
@@ -136,8 +133,7 @@ TEST_F(PgFaultTest, AServerStoppedInTheMiddleOfATransactionKeepsNoRowOfIt) {
     for (int id = 1; id <= 3; ++id) {
         ASSERT_EQ(runWrite("insert into big values (" + std::to_string(id) + ", 'kept')"), 0u);
     }
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
+    Database db;
     ASSERT_EQ(db->beginTransaction(), 0u);
     ASSERT_EQ(runWrite("insert into big values (10, 'open')"), 0u);
     BatchInserter inTransaction = rowsOf(11, 20);

@@ -16,20 +16,11 @@ bool isOneLine(const std::string& text) {
     return text.find_first_of("\r\n") == std::string::npos;
 }
 
-void expectNoSecretLogged(const LogCapture& log) {
-    for (const auto& record : log.records()) {
-        EXPECT_EQ(record.text.find("s3cret"), std::string::npos) << record.text;
-    }
-}
-
 class PgConnection : public PgTest {
   protected:
-    void SetUp() override {
-        PgTest::SetUp();
-        if (!IsSkipped()) {
-            ASSERT_TRUE(run(m_session, "create table kept(id int8 primary key, name text)").ok());
-            ASSERT_TRUE(run(m_session, "insert into kept values (1, 'a'), (2, 'b')").ok());
-        }
+    void prepare() override {
+        ASSERT_TRUE(run(m_session, "create table kept(id int8 primary key, name text)").ok());
+        ASSERT_TRUE(run(m_session, "insert into kept values (1, 'a'), (2, 'b')").ok());
     }
     Rows keptRows() const { return all("kept"); }
 };
@@ -136,7 +127,7 @@ TEST_F(PgConnection, AnUnreachableServerFailsWithoutShowingThePassword) {
     EXPECT_TRUE(isOneLine(detailOf(status)));
     EXPECT_EQ(detailOf(status).find("s3cret"), std::string::npos) << detailOf(status);
     EXPECT_EQ(describeDataSource(m_session).find("s3cret"), std::string::npos);
-    expectNoSecretLogged(log);
+    EXPECT_EQ(log.containing("s3cret"), "");
     // The name works again once bound to the server.
     ASSERT_EQ(bindDataSource(m_session, m_url), 0U);
     EXPECT_EQ(keptRows(), (Rows{{"1", "a"}, {"2", "b"}}));
@@ -163,7 +154,7 @@ TEST_F(PgConnection, MalformedUrlsAreRefusedAtBindTimeWithoutShowingThePassword)
         EXPECT_EQ(status.errorCode(), errc::kDataSourceInvalid) << url;
         EXPECT_EQ(detailOf(status).find("s3cret"), std::string::npos) << detailOf(status);
         ASSERT_FALSE(log.records().empty()) << url;
-        expectNoSecretLogged(log);
+        EXPECT_EQ(log.containing("s3cret"), "");
     }
 }
 
