@@ -125,11 +125,7 @@ TEST_F(BuilderRoundTripTest, UnsignedValuesFollowTheDocumentedClamps) {
 
 class SelectionTest : public StoreTest {
   protected:
-    void SetUp() override {
-        StoreTest::SetUp();
-        if (IsSkipped()) {
-            return;
-        }
+    void prepare() override {
         ASSERT_EQ(runWrite("create table alarm(id integer, level integer, name text, "
                            "ratio double precision, ts text)"),
                   0u);
@@ -138,15 +134,8 @@ class SelectionTest : public StoreTest {
                            "(4, 4, 'd', 2.5, '2023-03-03')"),
                   0u);
     }
-
-    // select id from alarm where <condition> order by id
     static CVORNSelector where(const CVORNCriterion& condition) {
-        CVORNSelector selector;
-        selector.table("alarm");
-        selector.select("id");
-        selector.where(condition);
-        selector.orderBy("id", true);
-        return selector;
+        return idsWhere("alarm", condition);
     }
 };
 
@@ -234,8 +223,7 @@ TEST_F(SelectionTest, CompoundSelectsPagesAndAggregates) {
     levels.distinct();
     levels.select("ratio");
     levels.orderBy("ratio", true);
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
+    Database db;
     CVORNReader reader;
     ASSERT_EQ(db->execReadSQL(levels, reader), 0u);
     std::vector<double> ratios;
@@ -312,8 +300,7 @@ TEST_F(SelectionTest, HostileValuesStayData) {
     CVORNSelector firstQuoteOnly =
         where(alarm["name"] == std::string("a'b'); DROP TABLE alarm; --"));
     CVORNReader reader;
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
+    Database db;
     EXPECT_NE(db->execReadSQL(firstQuoteOnly, reader), 0u) << firstQuoteOnly.toString();
     // notIn takes SQL text: a second statement in it is refused, not run.
     const CVORNDeleter deleter = [&] {

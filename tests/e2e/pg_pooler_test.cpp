@@ -64,12 +64,11 @@ TEST_F(PgPoolerTest, MoreThreadsThanServerConnectionsReadWhileTheyWrite) {
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([t, &sums] {
-            CVORN* db = nullptr;
-            GuardDB guard("TaskDB", db, false);
+            Database db;
             for (int round = 0; round < kRounds; ++round) {
-                sums[t].push_back(readWhileWriting(db, t));  // outside a transaction
+                sums[t].push_back(readWhileWriting(db.db, t));  // outside a transaction
                 const bool begun = db->beginTransaction() == 0;
-                sums[t].push_back(begun ? readWhileWriting(db, t) : -2);
+                sums[t].push_back(begun ? readWhileWriting(db.db, t) : -2);
                 sums[t].push_back(begun && db->commitTransaction() == 0 ? 0 : -3);
             }
         });

@@ -16,12 +16,7 @@ namespace vorn::test {
 namespace {
 
 std::vector<long> ids(const CVORNCriterion& condition) {
-    CVORNSelector selector;
-    selector.table("t");
-    selector.select("id");
-    selector.where(condition);
-    selector.orderBy("id", true);
-    return selectedIds(selector);
+    return selectedIds(idsWhere("t", condition));
 }
 
 std::string hex(const std::string& bytes) {
@@ -146,8 +141,7 @@ INSTANTIATE_TEST_SUITE_P(Off, PgQuotingModeTest,
 // in the library's mode.
 TEST_F(PgSessionModeTest, ARawSetLastsOnlyUntilTheNextStatement) {
     ASSERT_EQ(runWrite("create table t(id integer, name text)"), 0u);
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
+    Database db;
     ASSERT_EQ(db->beginTransaction(), 0u);
     ASSERT_EQ(runWrite("set standard_conforming_strings = off"), 0u);
     CVORNInserter inserter;
@@ -178,8 +172,7 @@ TEST_F(PgSessionModeTest, Utf8TextStaysUtf8WhateverTheClientEncodingDefault) {
     batch.table("t");
     batch["id"] << 2;
     batch["name"] << text;
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
+    Database db;
     ASSERT_EQ(db->ExecBatchInserter(batch), 0u);
     ASSERT_EQ(runWrite("set client_encoding = 'LATIN1'"), 0u);
     CVORNUpdater updater;
