@@ -5,7 +5,6 @@
 // gets exactly its rows. Needs VORN_TEST_PGBOUNCER_URL.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <string>
 #include <thread>
 #include <vector>
@@ -22,8 +21,8 @@ constexpr long kRows = 3000;  // more than a first fetch
 class PgPoolerTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        const char* url = std::getenv("VORN_TEST_PGBOUNCER_URL");
-        if (url == nullptr || *url == '\0') {
+        const std::string url = environment("VORN_TEST_PGBOUNCER_URL");
+        if (url.empty()) {
             GTEST_SKIP() << "no pgbouncer: source what \"scripts/pg-cluster start\" prints";
         }
         ASSERT_EQ(bindDataSource("default", withOptions(url, "vorn_pool_mode=transaction")), 0u);
