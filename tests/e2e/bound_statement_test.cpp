@@ -100,6 +100,7 @@ TEST_F(BoundStatementTest, HostileTextsStayData) {
         "a''b",
         "x'); DROP TABLE kept; --",
         "' or '1'='1",
+        "a'b' or '1'='1",  // what == of a builder would let out of its literal
         "\\'; delete from kept; --",
         "back\\slash\\",
         "{name}",
@@ -128,25 +129,6 @@ TEST_F(BoundStatementTest, HostileTextsStayData) {
     EXPECT_EQ(keptRows(), expected);
 }
 
-// == on a builder doubles only the first quote of a text, so the rest of this
-// value becomes SQL and matches every row; bound, it is one name among others.
-TEST_F(BoundStatementTest, AValueThatEscapesABuildersEqualityStaysData) {
-    const std::string value = "a'b' or '1'='1";
-    CVORNSelector selector;
-    selector.table("kept");
-    selector.select("id");
-    selector.where(CVORNTable("kept")["name"] == value);
-    EXPECT_EQ(selectedIds(selector).size(), 3u) << selector.toString();
-
-    BoundStatement find("select id from kept where kept.name = {name}");
-    EXPECT_EQ(readRows(find.bind("name", value), 1), Rows{});
-    ASSERT_EQ(runStatement(BoundStatement("insert into kept values({id}, {name})")
-                               .bind("id", 4)
-                               .bind("name", value)),
-              0u);
-    EXPECT_EQ(readRows(find, 1), (Rows{{"4"}}));
-}
-
 // A NUL byte and bytes that are not UTF-8: SQLite keeps them; PostgreSQL text
 // cannot hold them, and the call says so with SQLSTATE 22021.
 TEST_F(BoundStatementTest, BytesATextColumnMayNotHold) {
@@ -172,7 +154,7 @@ TEST_F(BoundStatementTest, BytesATextColumnMayNotHold) {
 
 struct Refusal {
     const char* name;
-    const char* sql;
+    const char* tail;                // of "insert into kept values({id}, <tail>"
     std::vector<const char*> names;  // bound to 4, 5, ... in order
     std::uint64_t code;
     // On PostgreSQL '?' and ':' are operator characters: the server judges
@@ -194,7 +176,7 @@ TEST_P(BoundRefusalTest, IsRefusedWithItsCodeAndNothingRuns) {
     const Refusal& refusal = GetParam();
     const bool byServer = refusal.sqliteMarker && onPostgres();
     const std::uint64_t expected = byServer ? platform::pgCodeFromSqlstate("42601") : refusal.code;
-    BoundStatement statement(refusal.sql);
+    BoundStatement statement(std::string("insert into kept values({id}, ") + refusal.tail);
     int value = 4;
     for (const char* name : refusal.names) {
         statement.bind(name, value++);
@@ -213,58 +195,20 @@ TEST_P(BoundRefusalTest, IsRefusedWithItsCodeAndNothingRuns) {
     EXPECT_EQ(keptRows(), seededKept());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, BoundRefusalTest,
-    ::testing::Values(Refusal{"PlaceholderWithoutValue",
-                              "insert into kept values({id}, 'x')",
-                              {},
-                              errc::kUnknownPlaceholder,
-                              false},
-                      Refusal{"ValueWithoutPlaceholder",
-                              "insert into kept values({id}, 'x')",
-                              {"id", "extra"},
-                              errc::kUnusedParameter,
-                              false},
-                      Refusal{"ValueUnderANameNoPlaceholderCanHave",
-                              "insert into kept values({id}, 'x')",
-                              {"id", "a b"},
-                              errc::kUnusedParameter,
-                              false},
-                      Refusal{"EmptyBraces",
-                              "insert into kept values({id}, {})",
-                              {"id"},
-                              errc::kMalformedPlaceholder,
-                              false},
-                      Refusal{"NameWithABlank",
-                              "insert into kept values({id}, {a b})",
-                              {"id"},
-                              errc::kMalformedPlaceholder,
-                              false},
-                      Refusal{"UnclosedBrace",
-                              "insert into kept values({id}, {name)",
-                              {"id", "name"},
-                              errc::kMalformedPlaceholder,
-                              false},
-                      Refusal{"NumberedMarkerOfTheStore",
-                              "insert into kept values({id}, $1)",
-                              {"id"},
-                              errc::kMalformedPlaceholder,
-                              false},
-                      Refusal{"QuestionMarkOfSqlite",
-                              "insert into kept values({id}, ?)",
-                              {"id"},
-                              errc::kMalformedPlaceholder,
-                              true},
-                      Refusal{"NamedMarkerOfSqlite",
-                              "insert into kept values({id}, :name)",
-                              {"id"},
-                              errc::kMalformedPlaceholder,
-                              true},
-                      Refusal{"SecondStatement",
-                              "insert into kept values({id}, 'x'); delete from kept",
-                              {"id"},
-                              errc::kMultipleStatements,
-                              false}));
+const Refusal kRefusals[] = {
+    {"PlaceholderWithoutValue", "'x')", {}, errc::kUnknownPlaceholder, false},
+    {"ValueWithoutPlaceholder", "'x')", {"id", "extra"}, errc::kUnusedParameter, false},
+    {"ValueUnderANameNoPlaceholderCanHave", "'x')", {"id", "a b"}, errc::kUnusedParameter, false},
+    {"EmptyBraces", "{})", {"id"}, errc::kMalformedPlaceholder, false},
+    {"NameWithABlank", "{a b})", {"id"}, errc::kMalformedPlaceholder, false},
+    {"UnclosedBrace", "{name)", {"id", "name"}, errc::kMalformedPlaceholder, false},
+    {"NumberedMarkerOfTheStore", "$1)", {"id"}, errc::kMalformedPlaceholder, false},
+    {"QuestionMarkOfSqlite", "?)", {"id"}, errc::kMalformedPlaceholder, true},
+    {"NamedMarkerOfSqlite", ":name)", {"id"}, errc::kMalformedPlaceholder, true},
+    {"SecondStatement", "'x'); delete from kept", {"id"}, errc::kMultipleStatements, false},
+};
+
+INSTANTIATE_TEST_SUITE_P(Cases, BoundRefusalTest, ::testing::ValuesIn(kRefusals));
 
 // Braces inside quoted text and comments are text; the same placeholder may
 // stand more than once and takes one value.
