@@ -190,7 +190,6 @@ TEST_F(SelectionTest, EveryComparisonSelectsTheRowsItNames) {
 
 TEST_F(SelectionTest, CompoundSelectsPagesAndAggregates) {
     const CVORNTable alarm("alarm");
-    CVORNSelector low = where(alarm["level"] <= 3);
     CVORNSelector high;
     high.table("alarm");
     high.select("id");
@@ -223,32 +222,13 @@ TEST_F(SelectionTest, CompoundSelectsPagesAndAggregates) {
     levels.distinct();
     levels.select("ratio");
     levels.orderBy("ratio", true);
-    Database db;
-    CVORNReader reader;
-    ASSERT_EQ(db->execReadSQL(levels, reader), 0u);
-    std::vector<double> ratios;
-    while (reader.hasNextElement()) {
-        double ratio = 0;
-        reader >> ratio;
-        ratios.push_back(ratio);
-    }
-    EXPECT_EQ(ratios, (std::vector<double>{0.5, 1.5, 2.5}));
+    EXPECT_EQ(readRows(levels, 1), (Rows{{"0.5"}, {"1.5"}, {"2.5"}}));
 
     CVORNSelector stats;
     stats.table("alarm");
     stats << vornCount() << vornMin(alarm["level"]) << vornMax(alarm["level"])
           << vornAvg(alarm["ratio"]);
-    CVORNReader statsReader;
-    ASSERT_EQ(db->execReadSQL(stats, statsReader), 0u);
-    long count = 0;
-    int minimum = 0;
-    int maximum = 0;
-    double average = 0;
-    statsReader >> count >> minimum >> maximum >> average;
-    EXPECT_EQ(count, 4);
-    EXPECT_EQ(minimum, 1);
-    EXPECT_EQ(maximum, 5);
-    EXPECT_EQ(average, 1.75);
+    EXPECT_EQ(readRows(stats, 4), (Rows{{"4", "1", "5", "1.75"}}));
 }
 
 TEST_F(SelectionTest, UpdatesAndDeletesTouchExactlyTheRowsTheirConditionsName) {

@@ -157,15 +157,7 @@ TEST_F(DiagnosticsTest, TheObserverSeesEveryStatementAndTheStatisticsCountThem) 
                   << "c"
                   << "d";
     ASSERT_EQ(db->ExecBatchInserter(batch), 0u);
-    {
-        CVORNReader reader;
-        ASSERT_EQ(db->execReadSQL(sqlText("select id from t order by id"), reader), 0u);
-        int rows = 0;
-        while (reader.hasNextElement()) {
-            ++rows;
-        }
-        EXPECT_EQ(rows, 4);
-    }
+    EXPECT_EQ(runQuery("select id from t order by id", 1).size(), 4u);
     EXPECT_NE(runWrite("selec 1"), 0u);
     ASSERT_EQ(db->commitTransaction(), 0u);
     setStatementObserver(nullptr);
