@@ -39,13 +39,6 @@ inline TypedRef rowTarget(Row& row) {
     return TypedRef{{platform::typecode::kRowTarget, 0, nullptr}, &row};
 }
 
-// A row target that takes a store's integers and reals as numbers.
-inline TypedRef numbersRowTarget(Row& row) {
-    TypedRef target = rowTarget(row);
-    target.type.flags |= platform::kFlagNumbersAsValues;
-    return target;
-}
-
 // Opens a read on s; asserts that it started.
 inline void open(DataSession& s, const std::string& sql) {
     const ExecResult status = s.execute("dal_test:open:0", SqlKind::Read, sql, NoParameters{});
@@ -62,6 +55,19 @@ inline Rows fetchAll(DataSession& s) {
     }
     EXPECT_TRUE(status.ok()) << detailOf(status);
     return rows;
+}
+
+// The first row of a read, fetched into a target that takes a store's
+// integers and reals as numbers.
+inline Row firstRowAsNumbers(const std::string& session, const std::string& sql) {
+    DataSession s(session.c_str());
+    open(s, sql);
+    Row row;
+    TypedRef target = rowTarget(row);
+    target.type.flags |= platform::kFlagNumbersAsValues;
+    ExecResult status;
+    EXPECT_TRUE(s.fetchRow(status, target, 100)) << sql << ": " << detailOf(status);
+    return row;
 }
 
 inline Rows query(const std::string& session, const std::string& sql) {

@@ -38,12 +38,7 @@ TEST_F(SessionTest, FieldsReadAsTheirTextFormOrItsValue) {
     for (const auto& c : kTextForms) {
         SCOPED_TRACE(c.expression);
         EXPECT_EQ(query(m_session, "select "s + c.expression), (Rows{{c.text}}));
-        DataSession s(m_session.c_str());
-        open(s, "select "s + c.expression);
-        Row row;
-        TypedRef target = numbersRowTarget(row);
-        ExecResult status;
-        ASSERT_TRUE(s.fetchRow(status, target, 100)) << detailOf(status);
+        const Row row = firstRowAsNumbers(m_session, "select "s + c.expression);
         ASSERT_EQ(row.size(), 1U);
         const platform::FieldValue& field = row[0];
         switch (field.kind()) {

@@ -25,12 +25,8 @@ TEST_F(SqliteTest, FieldsKeepTheirBytesAndSqliteQuotingIsKnown) {
 // as those numbers; texts, blobs and NULL as their bytes.
 TEST_F(SqliteTest, IntegersAndRealsComeAsNumbersToATargetThatTakesThem) {
     using Kind = platform::FieldValue::Kind;
-    DataSession s(m_session.c_str());
-    open(s, "select -9223372036854775808, 2.5, '7', x'41', NULL");
-    Row row;
-    TypedRef target = numbersRowTarget(row);
-    ExecResult status;
-    ASSERT_TRUE(s.fetchRow(status, target, 100)) << detailOf(status);
+    const Row row =
+        firstRowAsNumbers(m_session, "select -9223372036854775808, 2.5, '7', x'41', NULL");
     ASSERT_EQ(row.size(), 5U);
     EXPECT_EQ(row[0].kind(), Kind::Integer);
     EXPECT_EQ(row[0].integer(), INT64_MIN);
