@@ -34,13 +34,6 @@ void expectRecord(const LogRecord& r, LogLevel level, std::uint32_t code, const 
     EXPECT_EQ(r.text, text);
 }
 
-std::string readFile(const std::string& path) {
-    std::ifstream in(path);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
 std::vector<std::string> lines(const std::string& text) {
     std::vector<std::string> out;
     std::istringstream in(text);
@@ -197,7 +190,7 @@ TEST(LogDestination, FileIsAppendedTo) {
         Logger::trace(kWhere, "traced");
         Logger::logToStderr();  // closes the file
     }
-    const auto got = lines(readFile(path));
+    const auto got = lines(vorn::test::fileText(path));
     ASSERT_EQ(got.size(), 3U);
     EXPECT_EQ(got[0], "kept from before");
     EXPECT_TRUE(std::regex_match(got[1], std::regex(kLinePrefix + R"(\[error\])" + kIds +
