@@ -57,21 +57,15 @@ TEST_F(ReaderTest, IntegersKnowTheBooleanWordsButOtherWidthsDoNot) {
     }
 }
 
+// The limits of long, unsigned long, double and float, as the C functions
+// read them: reader_numbers_test.cpp.
 TEST_F(ReaderTest, NumbersReachTheLimitsOfTheirTypes) {
-    EXPECT_EQ(readBack<long>("-9223372036854775808", 0L).first, LONG_MIN);
-    EXPECT_EQ(readBack<long>("9223372036854775807", 0L).first, LONG_MAX);
-    EXPECT_EQ(readBack<unsigned long>("'18446744073709551615'", 0UL).first, ULONG_MAX);
-    // strtoul wraps a negative text: the bit pattern of -1 is the largest value.
-    EXPECT_EQ(readBack<unsigned long>("-1", 0UL).first, ULONG_MAX);
     EXPECT_EQ(readBack<int>("-2147483648", 0).first, INT_MIN);
     EXPECT_EQ(readBack<unsigned int>("4294967295", 0u).first, UINT_MAX);
     EXPECT_EQ(readBack<short>("-32768", short{0}).first, SHRT_MIN);
     EXPECT_EQ(readBack<unsigned short>("65535", static_cast<unsigned short>(0)).first, 65535);
-    EXPECT_EQ(readBack<double>("0.1", 0.0).first, 0.1);
-    EXPECT_EQ(readBack<double>("1e300", 0.0).first, 1e300);
     EXPECT_EQ(readBack<double>("-2.2250738585072014e-308", 0.0).first,
               -std::numeric_limits<double>::min());
-    EXPECT_EQ(readBack<float>("2.5", 0.0f).first, 2.5f);
     EXPECT_EQ(readBack<char>("'xyz'", '?').first, 'x');
 }
 
