@@ -44,9 +44,8 @@ class PgFaultTest : public ::testing::Test {
         // The test server commits without waiting for the log (synchronous_commit
         // off), so a crash could take the last commits; here a commit is durable
         // once it returns, as on a production server.
-        ASSERT_EQ(bindDataSource("default", withOptions(postgresUrl(),
-                                                        "options=-c%20search_path%3D" + m_schema +
-                                                            "%20-c%20synchronous_commit%3Don")),
+        ASSERT_EQ(bindDataSource("default", postgresUrlForSchema(m_schema) +
+                                                "%20-c%20synchronous_commit%3Don"),
                   0u);
     }
 

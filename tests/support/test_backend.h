@@ -106,7 +106,7 @@ struct PgScratchStore {
 
 inline bool makePgScratchStore(const std::string& name, PgScratchStore& out) {
     if (poolerUrl().empty()) {
-        out.url = withOptions(postgresUrl(), "options=-c%20search_path%3D" + name);
+        out.url = postgresUrlForSchema(name);
         out.drop = "drop schema \"" + name + "\" cascade";
         return adminExecute("create schema \"" + name + "\"");
     }
