@@ -9,12 +9,5 @@ TEST(StatementIdTest, JoinsSourceFunctionAndLine) {
     EXPECT_EQ(platform::makeStatementId(nullptr, nullptr, -1), "::-1");
 }
 
-TEST(ExecResultTest, AFailureMayComeWithoutDetail) {
-    const ExecResult failed = ExecResult::failureWithoutDetail(5);
-    EXPECT_FALSE(failed.ok());
-    EXPECT_EQ(failed.errorCode(), 5U);
-    EXPECT_FALSE(failed.detail().has_value());
-}
-
 }  // namespace
 }  // namespace vorn::test

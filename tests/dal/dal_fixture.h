@@ -39,13 +39,6 @@ inline TypedRef rowTarget(Row& row) {
     return TypedRef{{platform::typecode::kRowTarget, 0, nullptr}, &row};
 }
 
-// A row target that takes a store's integers and reals as numbers.
-inline TypedRef numbersRowTarget(Row& row) {
-    TypedRef target = rowTarget(row);
-    target.type.flags |= platform::kFlagNumbersAsValues;
-    return target;
-}
-
 // Opens a read on s; asserts that it started.
 inline void open(DataSession& s, const std::string& sql) {
     const ExecResult status = s.execute("dal_test:open:0", SqlKind::Read, sql, NoParameters{});
@@ -62,6 +55,19 @@ inline Rows fetchAll(DataSession& s) {
     }
     EXPECT_TRUE(status.ok()) << detailOf(status);
     return rows;
+}
+
+// The first row of a read, fetched into a target that takes a store's
+// integers and reals as numbers.
+inline Row firstRowAsNumbers(const std::string& session, const std::string& sql) {
+    DataSession s(session.c_str());
+    open(s, sql);
+    Row row;
+    TypedRef target = rowTarget(row);
+    target.type.flags |= platform::kFlagNumbersAsValues;
+    ExecResult status;
+    EXPECT_TRUE(s.fetchRow(status, target, 100)) << sql << ": " << detailOf(status);
+    return row;
 }
 
 inline Rows query(const std::string& session, const std::string& sql) {
@@ -135,7 +141,10 @@ class DalTest : public ::testing::Test {
             m_url = postgresUrlForSchema(m_schema);
         }
         ASSERT_EQ(bindDataSource(m_session, m_url), 0U);
+        prepare();
     }
+    // What every test of a suite starts from, made once the store is bound.
+    virtual void prepare() {}
     void TearDown() override {
         unbindDataSource(m_session);
         if (!m_schema.empty()) {
@@ -160,6 +169,12 @@ class DalTest : public ::testing::Test {
         ASSERT_TRUE(run(m_session, "insert into t values(1, 'one'), (2, 'two')").ok());
     }
     static Rows seededRows() { return {{"1", "one"}, {"2", "two"}}; }
+    // A TEMP table lives as long as its connection: whether this thread still
+    // has the connection that made its marker.
+    void markConnection() const {
+        ASSERT_TRUE(run(m_session, "create temp table marker(v integer)").ok());
+    }
+    bool sameConnection() const { return run(m_session, "select * from marker").ok(); }
     Rows all(const std::string& table = "t") const {
         return query(m_session, "select * from " + table + " order by 1");
     }
@@ -181,6 +196,20 @@ class PgTest : public DalTest {
     PgTest() : DalTest(Backend::Postgres) {}
     static std::uint64_t pgCode(const char* sqlstate) {
         return platform::pgCodeFromSqlstate(sqlstate);
+    }
+    // The rows of table committed so far, as another connection counts them.
+    std::string committedCount(const std::string& table) const {
+        const Rows rows = queryElsewhere(m_session, "select count(*) from " + table);
+        return rows.empty() ? "?" : rows[0][0];
+    }
+    // Reads up to most rows of s; returns how many it read and leaves the status.
+    static long readRows(DataSession& s, ExecResult& status, long most = -1) {
+        Row row;
+        long rows = 0;
+        while ((most < 0 || rows < most) && s.fetchRow(status, rowTarget(row), 100)) {
+            ++rows;
+        }
+        return rows;
     }
 };
 

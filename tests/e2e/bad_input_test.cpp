@@ -39,14 +39,7 @@ class BadInputTest : public StoreTest, public ::testing::WithParamInterface<BadI
     }
 
   protected:
-    void SetUp() override {
-        StoreTest::SetUp();
-        if (IsSkipped()) {
-            return;
-        }
-        ASSERT_EQ(runWrite("create table kept(id integer, name text)"), 0u);
-        ASSERT_EQ(runWrite("insert into kept values(1, 'a'), (2, 'b'), (3, 'c')"), 0u);
-    }
+    void prepare() override { seedKept(); }
     void TearDown() override {
         ::unsetenv("VORN_DATASOURCES");
         reloadDataSourcesFromEnvironment();
@@ -98,8 +91,7 @@ TEST_P(BadInputTest, FailsCleanlyAndKeepsTheStoredRows) {
     }
 
     restoreDefaultBinding();
-    EXPECT_EQ(runQuery("select id, name from kept order by id", 2),
-              (Rows{{"1", "a"}, {"2", "b"}, {"3", "c"}}));
+    EXPECT_EQ(keptRows(), seededKept());
 }
 
 void nothing(BadInputTest&) {}

@@ -2,6 +2,7 @@
 // atomicity.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <limits>
@@ -27,30 +28,18 @@ struct Snapshot {
         batch.GetParam(columns);
     }
     bool operator==(const Snapshot& other) const {
-        if (sql != other.sql || columns.size() != other.columns.size()) {
-            return false;
-        }
-        for (const auto& [key, column] : columns) {
-            const auto found = other.columns.find(key);
-            if (found == other.columns.end()) {
-                return false;
-            }
-            const BaseTypeVector& o = found->second;
-            if (column.m_type != o.m_type || column.m_strVec != o.m_strVec ||
-                column.m_longVec != o.m_longVec || column.m_ulongVec != o.m_ulongVec ||
-                column.m_floatVec != o.m_floatVec || column.m_doubleVec != o.m_doubleVec) {
-                return false;
-            }
-        }
-        return true;
+        return sql == other.sql &&
+               std::equal(columns.begin(), columns.end(), other.columns.begin(),
+                          other.columns.end(), [](const auto& a, const auto& b) {
+                              return a.first == b.first && sameColumn(a.second, b.second);
+                          });
     }
 };
 
 class BatchExecTest : public StoreTest {
   protected:
     unsigned long execute(const BatchInserter& batch) {
-        CVORN* db = nullptr;
-        GuardDB guard("TaskDB", db, false);
+        Database db;
         const Snapshot before(batch);
         const unsigned long code = db->ExecBatchInserter(batch);
         EXPECT_TRUE(Snapshot(batch) == before) << "the caller's batch changed";
@@ -174,8 +163,7 @@ TEST_F(BatchExecTest, ABatchJoinsTheCallersTransaction) {
     BatchInserter batch;
     batch.table("t");
     batch["id"] << 1 << 2 << 3;
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
+    Database db;
 
     ASSERT_EQ(db->beginTransaction(), 0u);
     ASSERT_EQ(execute(batch), 0u);

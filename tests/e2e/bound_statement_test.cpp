@@ -23,42 +23,9 @@ namespace {
 using platform::LogLevel;
 namespace errc = platform::errc;
 
-// Runs a bound read through its own guard and reads every row as text.
-Rows readBound(const BoundStatement& statement, std::size_t columns,
-               unsigned long* code = nullptr) {
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
-    CVORNReader reader;
-    Rows rows;
-    const unsigned long result = db->execReadSQL(statement, reader);
-    if (code != nullptr) {
-        *code = result;
-    } else {
-        EXPECT_EQ(result, 0u) << statement.text();
-    }
-    while (result == 0 && reader.hasNextElement()) {
-        std::vector<std::string> row(columns);
-        for (auto& field : row) {
-            reader >> field;
-        }
-        rows.push_back(row);
-    }
-    return rows;
-}
-
 class BoundStatementTest : public StoreTest {
   protected:
-    void SetUp() override {
-        StoreTest::SetUp();
-        if (IsSkipped()) {
-            return;
-        }
-        ASSERT_EQ(runWrite("create table kept(id integer primary key, name text)"), 0u);
-        ASSERT_EQ(runWrite("insert into kept values(1, 'a'), (2, 'b'), (3, 'c')"), 0u);
-    }
-
-    static Rows keptRows() { return runQuery("select id, name from kept order by id", 2); }
-    static Rows original() { return {{"1", "a"}, {"2", "b"}, {"3", "c"}}; }
+    void prepare() override { seedKept(); }
 };
 
 TEST_F(BoundStatementTest, EveryValueTypeAndNullRoundTripExactly) {
@@ -91,8 +58,7 @@ TEST_F(BoundStatementTest, EveryValueTypeAndNullRoundTripExactly) {
     BoundStatement select(
         "select t, c, b, s, i, l, ll, us, ui, ul, ull, f, d, n from vals "
         "where id = {id}");
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
+    Database db;
     CVORNReader reader;
     ASSERT_EQ(db->execReadSQL(select.bind("id", 1), reader), 0u);
     std::string t, c, n = "unchanged";
@@ -123,7 +89,7 @@ TEST_F(BoundStatementTest, EveryValueTypeAndNullRoundTripExactly) {
     EXPECT_EQ(n, "");
     EXPECT_FALSE(reader.hasNextElement());
 
-    EXPECT_EQ(readBound(select.bind("id", 2), 14)[0][12], "1.7976931348623157e+308");
+    EXPECT_EQ(readRows(select.bind("id", 2), 14)[0][12], "1.7976931348623157e+308");
 }
 
 // Texts that would end a literal, start a comment or look like a placeholder
@@ -134,6 +100,7 @@ TEST_F(BoundStatementTest, HostileTextsStayData) {
         "a''b",
         "x'); DROP TABLE kept; --",
         "' or '1'='1",
+        "a'b' or '1'='1",  // what == of a builder would let out of its literal
         "\\'; delete from kept; --",
         "back\\slash\\",
         "{name}",
@@ -152,33 +119,14 @@ TEST_F(BoundStatementTest, HostileTextsStayData) {
     for (const std::string& text : hostile) {
         SCOPED_TRACE(text);
         ASSERT_EQ(runStatement(insert.bind("id", ++id).bind("name", text)), 0u);
-        EXPECT_EQ(readBound(find.bind("name", text), 1), (Rows{{std::to_string(id)}}));
+        EXPECT_EQ(readRows(find.bind("name", text), 1), (Rows{{std::to_string(id)}}));
     }
-    Rows expected = original();
+    Rows expected = seededKept();
     id = 100;
     for (const std::string& text : hostile) {
         expected.push_back({std::to_string(++id), text});
     }
     EXPECT_EQ(keptRows(), expected);
-}
-
-// == on a builder doubles only the first quote of a text, so the rest of this
-// value becomes SQL and matches every row; bound, it is one name among others.
-TEST_F(BoundStatementTest, AValueThatEscapesABuildersEqualityStaysData) {
-    const std::string value = "a'b' or '1'='1";
-    CVORNSelector selector;
-    selector.table("kept");
-    selector.select("id");
-    selector.where(CVORNTable("kept")["name"] == value);
-    EXPECT_EQ(selectedIds(selector).size(), 3u) << selector.toString();
-
-    BoundStatement find("select id from kept where kept.name = {name}");
-    EXPECT_EQ(readBound(find.bind("name", value), 1), Rows{});
-    ASSERT_EQ(runStatement(BoundStatement("insert into kept values({id}, {name})")
-                               .bind("id", 4)
-                               .bind("name", value)),
-              0u);
-    EXPECT_EQ(readBound(find, 1), (Rows{{"4"}}));
 }
 
 // A NUL byte and bytes that are not UTF-8: SQLite keeps them; PostgreSQL text
@@ -196,17 +144,17 @@ TEST_F(BoundStatementTest, BytesATextColumnMayNotHold) {
             EXPECT_EQ(lastError().category, ErrorCategory::InvalidValue);
         } else {
             ASSERT_EQ(code, 0u);
-            EXPECT_EQ(readBound(find.bind("id", id), 1), (Rows{{text}}));
+            EXPECT_EQ(readRows(find.bind("id", id), 1), (Rows{{text}}));
         }
     }
     if (onPostgres()) {
-        EXPECT_EQ(keptRows(), original());
+        EXPECT_EQ(keptRows(), seededKept());
     }
 }
 
 struct Refusal {
     const char* name;
-    const char* sql;
+    const char* tail;                // of "insert into kept values({id}, <tail>"
     std::vector<const char*> names;  // bound to 4, 5, ... in order
     std::uint64_t code;
     // On PostgreSQL '?' and ':' are operator characters: the server judges
@@ -228,7 +176,7 @@ TEST_P(BoundRefusalTest, IsRefusedWithItsCodeAndNothingRuns) {
     const Refusal& refusal = GetParam();
     const bool byServer = refusal.sqliteMarker && onPostgres();
     const std::uint64_t expected = byServer ? platform::pgCodeFromSqlstate("42601") : refusal.code;
-    BoundStatement statement(refusal.sql);
+    BoundStatement statement(std::string("insert into kept values({id}, ") + refusal.tail);
     int value = 4;
     for (const char* name : refusal.names) {
         statement.bind(name, value++);
@@ -242,63 +190,25 @@ TEST_P(BoundRefusalTest, IsRefusedWithItsCodeAndNothingRuns) {
     EXPECT_EQ(lines[0].text.rfind("[VORNLib]", 0), 0u) << lines[0].text;
 
     unsigned long code = 0;
-    EXPECT_EQ(readBound(statement, 1, &code), Rows{});
+    EXPECT_EQ(readRows(statement, 1, &code), Rows{});
     EXPECT_EQ(code, expected);
-    EXPECT_EQ(keptRows(), original());
+    EXPECT_EQ(keptRows(), seededKept());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, BoundRefusalTest,
-    ::testing::Values(Refusal{"PlaceholderWithoutValue",
-                              "insert into kept values({id}, 'x')",
-                              {},
-                              errc::kUnknownPlaceholder,
-                              false},
-                      Refusal{"ValueWithoutPlaceholder",
-                              "insert into kept values({id}, 'x')",
-                              {"id", "extra"},
-                              errc::kUnusedParameter,
-                              false},
-                      Refusal{"ValueUnderANameNoPlaceholderCanHave",
-                              "insert into kept values({id}, 'x')",
-                              {"id", "a b"},
-                              errc::kUnusedParameter,
-                              false},
-                      Refusal{"EmptyBraces",
-                              "insert into kept values({id}, {})",
-                              {"id"},
-                              errc::kMalformedPlaceholder,
-                              false},
-                      Refusal{"NameWithABlank",
-                              "insert into kept values({id}, {a b})",
-                              {"id"},
-                              errc::kMalformedPlaceholder,
-                              false},
-                      Refusal{"UnclosedBrace",
-                              "insert into kept values({id}, {name)",
-                              {"id", "name"},
-                              errc::kMalformedPlaceholder,
-                              false},
-                      Refusal{"NumberedMarkerOfTheStore",
-                              "insert into kept values({id}, $1)",
-                              {"id"},
-                              errc::kMalformedPlaceholder,
-                              false},
-                      Refusal{"QuestionMarkOfSqlite",
-                              "insert into kept values({id}, ?)",
-                              {"id"},
-                              errc::kMalformedPlaceholder,
-                              true},
-                      Refusal{"NamedMarkerOfSqlite",
-                              "insert into kept values({id}, :name)",
-                              {"id"},
-                              errc::kMalformedPlaceholder,
-                              true},
-                      Refusal{"SecondStatement",
-                              "insert into kept values({id}, 'x'); delete from kept",
-                              {"id"},
-                              errc::kMultipleStatements,
-                              false}));
+const Refusal kRefusals[] = {
+    {"PlaceholderWithoutValue", "'x')", {}, errc::kUnknownPlaceholder, false},
+    {"ValueWithoutPlaceholder", "'x')", {"id", "extra"}, errc::kUnusedParameter, false},
+    {"ValueUnderANameNoPlaceholderCanHave", "'x')", {"id", "a b"}, errc::kUnusedParameter, false},
+    {"EmptyBraces", "{})", {"id"}, errc::kMalformedPlaceholder, false},
+    {"NameWithABlank", "{a b})", {"id"}, errc::kMalformedPlaceholder, false},
+    {"UnclosedBrace", "{name)", {"id", "name"}, errc::kMalformedPlaceholder, false},
+    {"NumberedMarkerOfTheStore", "$1)", {"id"}, errc::kMalformedPlaceholder, false},
+    {"QuestionMarkOfSqlite", "?)", {"id"}, errc::kMalformedPlaceholder, true},
+    {"NamedMarkerOfSqlite", ":name)", {"id"}, errc::kMalformedPlaceholder, true},
+    {"SecondStatement", "'x'); delete from kept", {"id"}, errc::kMultipleStatements, false},
+};
+
+INSTANTIATE_TEST_SUITE_P(Cases, BoundRefusalTest, ::testing::ValuesIn(kRefusals));
 
 // Braces inside quoted text and comments are text; the same placeholder may
 // stand more than once and takes one value.
@@ -310,10 +220,10 @@ TEST_F(BoundStatementTest, OnlyBracesOutsideQuotesArePlaceholders) {
         runStatement(
             BoundStatement("/* {y} */ insert into kept values({id}, 'it''s {')").bind("id", 5)),
         0u);
-    EXPECT_EQ(readBound(BoundStatement("select id, name from kept where id >= {low} and "
-                                       "id <= {low} + 1 order by id")
-                            .bind("low", 4),
-                        2),
+    EXPECT_EQ(readRows(BoundStatement("select id, name from kept where id >= {low} and "
+                                      "id <= {low} + 1 order by id")
+                           .bind("low", 4),
+                       2),
               (Rows{{"4", "{name}"}, {"5", "it's {"}}));
 }
 
@@ -329,8 +239,7 @@ TEST_F(BoundStatementTest, RunsAgainWithNewValues) {
 
     BoundStatement find("select id from kept where id > {after} order by id");
     find.bind("after", 3);
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
+    Database db;
     CVORNReader first;
     CVORNReader second;
     ASSERT_EQ(db->execReadSQL(find, first), 0u);
@@ -362,9 +271,7 @@ TEST_F(BoundStatementTest, EventsAndLogsShowPlaceholdersNotValues) {
     setStatementObserver(nullptr);
     EXPECT_EQ(texts, std::vector<std::string>(2, insert.text()));
     ASSERT_FALSE(log.records().empty());
-    for (const auto& record : log.records()) {
-        EXPECT_EQ(record.text.find(secret), std::string::npos) << record.text;
-    }
+    EXPECT_EQ(log.containing(secret), "");
 }
 
 // A read goes on after its call returned: its values are its own by then, so
@@ -377,8 +284,7 @@ TEST_F(BoundStatementTest, AnOpenReadKeepsItsValues) {
         batch["id"] << id;
         batch["name"] << name;
     }
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
+    Database db;
     ASSERT_EQ(db->ExecBatchInserter(batch), 0u);
 
     auto find = std::make_unique<BoundStatement>("select id from kept where name = {name}");
@@ -407,7 +313,7 @@ TEST_F(BoundStatementTest, ThreadsRunTheSameTextsAtOnce) {
             for (int i = 0; i < kRows; ++i) {
                 const int id = 100 + t * kRows + i;
                 failures[t] += runStatement(insert.bind("id", id).bind("name", "t")) != 0;
-                failures[t] += readBound(count.bind("low", id), 1).size() != 1;
+                failures[t] += readRows(count.bind("low", id), 1).size() != 1;
             }
         });
     }
@@ -424,17 +330,16 @@ TEST_F(BoundStatementTest, ThreadsRunTheSameTextsAtOnce) {
 // reads and goes with its rollback; a refused one leaves the transaction
 // going.
 TEST_F(BoundStatementTest, GoesWithARolledBackTransaction) {
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
+    Database db;
     ASSERT_EQ(db->beginTransaction(), 0u);
     BoundStatement insert("insert into kept values({id}, {name})");
     ASSERT_EQ(db->execWriteSQL(insert.bind("id", 4).bind("name", "d")), 0u);
     EXPECT_EQ(db->execWriteSQL(BoundStatement("delete from kept where id = {id}")),
               errc::kUnknownPlaceholder);
-    EXPECT_EQ(readBound(BoundStatement("select name from kept where id = {id}").bind("id", 4), 1),
+    EXPECT_EQ(readRows(BoundStatement("select name from kept where id = {id}").bind("id", 4), 1),
               (Rows{{"d"}}));
     ASSERT_EQ(db->rollbackTransaction(), 0u);
-    EXPECT_EQ(keptRows(), original());
+    EXPECT_EQ(keptRows(), seededKept());
 }
 
 }  // namespace

@@ -7,8 +7,7 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
+#include <future>
 #include <ostream>
 #include <string>
 #include <thread>
@@ -94,34 +93,22 @@ TEST_F(DiagnosticsTest, AFailureGivesTheSameCategoryOnEveryStoreAndASuccessClear
 TEST_F(DiagnosticsTest, ALockHeldElsewhereIsBusyOnEveryStore) {
     ASSERT_EQ(runWrite("create table t(id integer)"), 0u);
     bindWithShortLockWait();
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool holding = false;
-    bool done = false;
+    std::promise<void> holding;
+    std::promise<void> done;
     std::thread holder([&] {
-        CVORN* db = nullptr;
-        GuardDB guard("TaskDB", db, false);
+        Database db;
         EXPECT_EQ(db->beginTransaction(), 0u);
         EXPECT_EQ(runWrite(onPostgres() ? "lock table t in access exclusive mode"
                                         : "insert into t values(1)"),
                   0u);
-        std::unique_lock<std::mutex> lock(mutex);
-        holding = true;
-        changed.notify_all();
-        changed.wait(lock, [&] { return done; });
+        holding.set_value();
+        done.get_future().wait();
         EXPECT_EQ(db->rollbackTransaction(), 0u);
     });
-    {
-        std::unique_lock<std::mutex> lock(mutex);
-        changed.wait(lock, [&] { return holding; });
-    }
+    holding.get_future().wait();
     const unsigned long code = runWrite("insert into t values(2)");
     const ErrorInfo last = lastError();
-    {
-        std::lock_guard<std::mutex> lock(mutex);
-        done = true;
-    }
-    changed.notify_all();
+    done.set_value();
     holder.join();
     EXPECT_NE(code, 0u);
     EXPECT_EQ(last.category, ErrorCategory::Busy) << last.code << ": " << last.message;
@@ -157,8 +144,7 @@ TEST_F(DiagnosticsTest, TheObserverSeesEveryStatementAndTheStatisticsCountThem) 
     });
     resetStatistics();
 
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
+    Database db;
     ASSERT_EQ(db->beginTransaction(), 0u);
     CVORNInserter inserter;
     inserter.table("t");
@@ -171,17 +157,7 @@ TEST_F(DiagnosticsTest, TheObserverSeesEveryStatementAndTheStatisticsCountThem) 
                   << "c"
                   << "d";
     ASSERT_EQ(db->ExecBatchInserter(batch), 0u);
-    {
-        CVORNsqlstr read;
-        read.assign("select id from t order by id");
-        CVORNReader reader;
-        ASSERT_EQ(db->execReadSQL(read, reader), 0u);
-        int rows = 0;
-        while (reader.hasNextElement()) {
-            ++rows;
-        }
-        EXPECT_EQ(rows, 4);
-    }
+    EXPECT_EQ(runQuery("select id from t order by id", 1).size(), 4u);
     EXPECT_NE(runWrite("selec 1"), 0u);
     ASSERT_EQ(db->commitTransaction(), 0u);
     setStatementObserver(nullptr);
@@ -228,8 +204,7 @@ TEST_F(DiagnosticsTest, FailuresAndSlowStatementsAreLoggedWithTheirCodeAndThread
     // A commit without a transaction, refused by SQLite, is kept for
     // lastError() but never logged: transaction calls write no line.
     log.reset();
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
+    Database db;
     const unsigned long commit = db->commitTransaction();
     EXPECT_EQ(lastError().code, commit);
     EXPECT_EQ(lastError().message.empty(), commit == 0);

@@ -24,11 +24,6 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-std::string environment(const char* name) {
-    const char* value = std::getenv(name);
-    return value != nullptr ? value : "";
-}
-
 class PgClusterTest : public ::testing::Test {
   protected:
     void SetUp() override {
@@ -102,16 +97,14 @@ void readOnTheStandby(const std::string& failoverUrl) {
             }
         }
     });
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, true);  // the process's own session: NeUpgradeDB
+    Database db(true);  // the process's own session: NeUpgradeDB
     long seen = 0;
     int reads = 0;
     const Clock::time_point until = Clock::now() + 1500ms;
     while (Clock::now() < until) {
         CVORNReader reader;
-        CVORNsqlstr count;
-        count.assign("select count(*), pg_is_in_recovery()::int from routed");
-        if (db->execReadSQL(count, reader) != 0) {
+        if (db->execReadSQL(sqlText("select count(*), pg_is_in_recovery()::int from routed"),
+                            reader) != 0) {
             ADD_FAILURE() << "a read on the standby failed: " << lastError().message;
             break;  // the writer is still to be joined
         }
@@ -129,9 +122,7 @@ void readOnTheStandby(const std::string& failoverUrl) {
     EXPECT_GT(seen, 0) << "the standby saw none of " << written.load() << " rows in " << reads
                        << " reads";
 
-    CVORNsqlstr write;
-    write.assign("insert into routed values(0)");
-    const unsigned long refused = db->execWriteSQL(write);
+    const unsigned long refused = db->execWriteSQL(sqlText("insert into routed values(0)"));
     EXPECT_EQ(platform::sqlstateFromCode(refused), "25006");
     EXPECT_EQ(lastError().category, ErrorCategory::Permission);
 }

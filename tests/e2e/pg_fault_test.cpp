@@ -35,20 +35,17 @@ class PgFaultTest : public ::testing::Test {
         if (postgresUrl().empty()) {
             GTEST_SKIP() << kNoServer;
         }
-        const char* restart = std::getenv("VORN_TEST_PG_RESTART");
-        if (restart == nullptr || *restart == '\0') {
-            GTEST_SKIP() << "VORN_TEST_PG_RESTART is not set: give it a shell command that "
-                            "restarts the server, e.g. \"scripts/pg-server restart <dir>\"";
+        if (restartCommand().empty()) {
+            GTEST_SKIP() << kNoRestart;
         }
-        m_crash = std::string(restart) + " immediate";
+        m_crash = restartCommand() + " immediate";
         m_schema = uniqueSchemaName();
         ASSERT_TRUE(adminExecute("create schema " + m_schema));
         // The test server commits without waiting for the log (synchronous_commit
         // off), so a crash could take the last commits; here a commit is durable
         // once it returns, as on a production server.
-        ASSERT_EQ(bindDataSource("default", withOptions(postgresUrl(),
-                                                        "options=-c%20search_path%3D" + m_schema +
-                                                            "%20-c%20synchronous_commit%3Don")),
+        ASSERT_EQ(bindDataSource("default", postgresUrlForSchema(m_schema) +
+                                                "%20-c%20synchronous_commit%3Don"),
                   0u);
     }
 
@@ -71,8 +68,7 @@ class PgFaultTest : public ::testing::Test {
 };
 
 unsigned long runBatch(BatchInserter& batch) {
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
+    Database db;
     return db->ExecBatchInserter(batch);
 }
 
@@ -136,8 +132,7 @@ TEST_F(PgFaultTest, AServerStoppedInTheMiddleOfATransactionKeepsNoRowOfIt) {
     for (int id = 1; id <= 3; ++id) {
         ASSERT_EQ(runWrite("insert into big values (" + std::to_string(id) + ", 'kept')"), 0u);
     }
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
+    Database db;
     ASSERT_EQ(db->beginTransaction(), 0u);
     ASSERT_EQ(runWrite("insert into big values (10, 'open')"), 0u);
     BatchInserter inTransaction = rowsOf(11, 20);

@@ -5,7 +5,6 @@
 // gets exactly its rows. Needs VORN_TEST_PGBOUNCER_URL.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <string>
 #include <thread>
 #include <vector>
@@ -22,8 +21,8 @@ constexpr long kRows = 3000;  // more than a first fetch
 class PgPoolerTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        const char* url = std::getenv("VORN_TEST_PGBOUNCER_URL");
-        if (url == nullptr || *url == '\0') {
+        const std::string url = environment("VORN_TEST_PGBOUNCER_URL");
+        if (url.empty()) {
             GTEST_SKIP() << "no pgbouncer: source what \"scripts/pg-cluster start\" prints";
         }
         ASSERT_EQ(bindDataSource("default", withOptions(url, "vorn_pool_mode=transaction")), 0u);
@@ -64,12 +63,11 @@ TEST_F(PgPoolerTest, MoreThreadsThanServerConnectionsReadWhileTheyWrite) {
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([t, &sums] {
-            CVORN* db = nullptr;
-            GuardDB guard("TaskDB", db, false);
+            Database db;
             for (int round = 0; round < kRounds; ++round) {
-                sums[t].push_back(readWhileWriting(db, t));  // outside a transaction
+                sums[t].push_back(readWhileWriting(db.db, t));  // outside a transaction
                 const bool begun = db->beginTransaction() == 0;
-                sums[t].push_back(begun ? readWhileWriting(db, t) : -2);
+                sums[t].push_back(begun ? readWhileWriting(db.db, t) : -2);
                 sums[t].push_back(begun && db->commitTransaction() == 0 ? 0 : -3);
             }
         });

@@ -16,12 +16,7 @@ namespace vorn::test {
 namespace {
 
 std::vector<long> ids(const CVORNCriterion& condition) {
-    CVORNSelector selector;
-    selector.table("t");
-    selector.select("id");
-    selector.where(condition);
-    selector.orderBy("id", true);
-    return selectedIds(selector);
+    return selectedIds(idsWhere("t", condition));
 }
 
 std::string hex(const std::string& bytes) {
@@ -73,29 +68,25 @@ const std::string kWhereAll = "x\\' where 1=1 --";
 const Rows kStored = {{"1", "plain"}, {"2", kOrAll},        {"3", kSecondRow},
                       {"4", "\\"},    {"5", "a\\'b\\\\'c"}, {"6", kWhereAll}};
 
-enum class Off { DatabaseDefault, RoleDefault, SessionSet };
+// Where standard_conforming_strings is turned off: the database's or the
+// role's default (set by the administrator), or the caller's own SET.
+struct Off {
+    const char* name;
+    const char* adminPrefix;  // of "<prefix><database> set ...", or null: the caller's SET
+};
 
-std::string caseName(const ::testing::TestParamInfo<Off>& param);
-
-void PrintTo(Off off, std::ostream* out) {
-    *out << caseName(::testing::TestParamInfo<Off>(off, 0));
+void PrintTo(const Off& off, std::ostream* out) {
+    *out << off.name;
 }
 
 class PgQuotingModeTest : public PgSessionModeTest, public ::testing::WithParamInterface<Off> {
   protected:
     void turnOff() {
-        switch (GetParam()) {
-            case Off::DatabaseDefault:
-                ASSERT_TRUE(adminExecute("alter database " + m_database +
-                                         " set standard_conforming_strings = off"));
-                break;
-            case Off::RoleDefault:
-                ASSERT_TRUE(adminExecute("alter role current_user in database " + m_database +
-                                         " set standard_conforming_strings = off"));
-                break;
-            case Off::SessionSet:
-                ASSERT_EQ(runWrite("set standard_conforming_strings = off"), 0u);
-                break;
+        const std::string setting = "set standard_conforming_strings = off";
+        if (GetParam().adminPrefix != nullptr) {
+            ASSERT_TRUE(adminExecute(GetParam().adminPrefix + m_database + " " + setting));
+        } else {
+            ASSERT_EQ(runWrite(setting), 0u);
         }
     }
 };
@@ -126,28 +117,18 @@ TEST_P(PgQuotingModeTest, BackslashesBeforeQuotesStayData) {
     EXPECT_EQ(runQuery("select id, name from t order by id", 2), kStored);
 }
 
-std::string caseName(const ::testing::TestParamInfo<Off>& param) {
-    switch (param.param) {
-        case Off::DatabaseDefault:
-            return "DatabaseDefault";
-        case Off::RoleDefault:
-            return "RoleDefault";
-        case Off::SessionSet:
-            break;
-    }
-    return "SessionSet";
-}
-
 INSTANTIATE_TEST_SUITE_P(Off, PgQuotingModeTest,
-                         ::testing::Values(Off::DatabaseDefault, Off::RoleDefault, Off::SessionSet),
-                         caseName);
+                         ::testing::Values(Off{"DatabaseDefault", "alter database "},
+                                           Off{"RoleDefault",
+                                               "alter role current_user in database "},
+                                           Off{"SessionSet", nullptr}),
+                         [](const auto& test) { return std::string(test.param.name); });
 
 // A raw SET, inside a transaction or not: the next statement is already back
 // in the library's mode.
 TEST_F(PgSessionModeTest, ARawSetLastsOnlyUntilTheNextStatement) {
     ASSERT_EQ(runWrite("create table t(id integer, name text)"), 0u);
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
+    Database db;
     ASSERT_EQ(db->beginTransaction(), 0u);
     ASSERT_EQ(runWrite("set standard_conforming_strings = off"), 0u);
     CVORNInserter inserter;
@@ -178,8 +159,7 @@ TEST_F(PgSessionModeTest, Utf8TextStaysUtf8WhateverTheClientEncodingDefault) {
     batch.table("t");
     batch["id"] << 2;
     batch["name"] << text;
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
+    Database db;
     ASSERT_EQ(db->ExecBatchInserter(batch), 0u);
     ASSERT_EQ(runWrite("set client_encoding = 'LATIN1'"), 0u);
     CVORNUpdater updater;

@@ -103,12 +103,9 @@ class ReaderNumbersTest : public StoreTest {
         }
         ASSERT_EQ(runStatement(insert), 0u);
 
-        std::string text = "unread";
-        {
-            OpenQuery query("select x from n");
-            ASSERT_EQ(query.code, 0u);
-            query.reader >> text;
-        }
+        const Rows read = runQuery("select x from n", 1);
+        ASSERT_EQ(read.size(), 1u);
+        const std::string& text = read[0][0];
         const char* expected = onPostgres() && c.pgText != nullptr ? c.pgText : c.text;
         if (expected != nullptr) {
             ASSERT_EQ(text, expected);

@@ -57,21 +57,15 @@ TEST_F(ReaderTest, IntegersKnowTheBooleanWordsButOtherWidthsDoNot) {
     }
 }
 
+// The limits of long, unsigned long, double and float, as the C functions
+// read them: reader_numbers_test.cpp.
 TEST_F(ReaderTest, NumbersReachTheLimitsOfTheirTypes) {
-    EXPECT_EQ(readBack<long>("-9223372036854775808", 0L).first, LONG_MIN);
-    EXPECT_EQ(readBack<long>("9223372036854775807", 0L).first, LONG_MAX);
-    EXPECT_EQ(readBack<unsigned long>("'18446744073709551615'", 0UL).first, ULONG_MAX);
-    // strtoul wraps a negative text: the bit pattern of -1 is the largest value.
-    EXPECT_EQ(readBack<unsigned long>("-1", 0UL).first, ULONG_MAX);
     EXPECT_EQ(readBack<int>("-2147483648", 0).first, INT_MIN);
     EXPECT_EQ(readBack<unsigned int>("4294967295", 0u).first, UINT_MAX);
     EXPECT_EQ(readBack<short>("-32768", short{0}).first, SHRT_MIN);
     EXPECT_EQ(readBack<unsigned short>("65535", static_cast<unsigned short>(0)).first, 65535);
-    EXPECT_EQ(readBack<double>("0.1", 0.0).first, 0.1);
-    EXPECT_EQ(readBack<double>("1e300", 0.0).first, 1e300);
     EXPECT_EQ(readBack<double>("-2.2250738585072014e-308", 0.0).first,
               -std::numeric_limits<double>::min());
-    EXPECT_EQ(readBack<float>("2.5", 0.0f).first, 2.5f);
     EXPECT_EQ(readBack<char>("'xyz'", '?').first, 'x');
 }
 
@@ -161,49 +155,6 @@ TEST_F(ReaderTest, UnboundReaderYieldsNothing) {
     EXPECT_FALSE(reader.hasNextElement());
 }
 
-TEST_F(ReaderTest, ClearedReaderRunsASecondQuery) {
-    ASSERT_EQ(runWrite("create table t(a integer)"), 0u);
-    ASSERT_EQ(runWrite("insert into t values(1), (2)"), 0u);
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
-    CVORNsqlstr first;
-    first.assign("select a from t where a = 1");
-    CVORNsqlstr second;
-    second.assign("select a * 10 from t where a = 2");
-    CVORNReader reader;
-
-    ASSERT_EQ(db->execReadSQL(first, reader), 0u);
-    long value = 0;
-    reader >> value;
-    EXPECT_EQ(value, 1);
-    reader.clear();
-    ASSERT_EQ(db->execReadSQL(second, reader), 0u);
-    reader >> value;
-    EXPECT_EQ(value, 20);
-}
-
-TEST_F(ReaderTest, AnOpenResultDoesNotBlockWritesOnTheSameSession) {
-    ASSERT_EQ(runWrite("create table src(a integer)"), 0u);
-    ASSERT_EQ(runWrite("create table dst(a integer)"), 0u);
-    ASSERT_EQ(runWrite("insert into src values(1), (2), (3)"), 0u);
-    OpenQuery query("select a from src order by a");
-    ASSERT_EQ(query.code, 0u);
-    CVORNReader& reader = query.reader;
-
-    long copied = 0;
-    while (reader.hasNextElement()) {
-        long a = 0;
-        reader >> a;
-        CVORNsqlstr insert;
-        insert.assign("insert into dst values(" + std::to_string(a) + ")");
-        ASSERT_EQ(query.db->execWriteSQL(insert), 0u);
-        ++copied;
-    }
-    EXPECT_EQ(copied, 3);
-    reader.clear();
-    EXPECT_EQ(runQuery("select count(*) from dst", 1), (Rows{{"3"}}));
-}
-
 // The store fails at the 2,000th row of a read (the absolute value of the
 // smallest 64-bit integer): the reader gets the 1,999 rows before it, in
 // order, then the read ends with the store's code, also when a write ran
@@ -235,7 +186,8 @@ TEST_F(ReaderTest, AReadThatFailsAfterSomeRowsGivesThoseRowsThenItsCode) {
             query.reader >> id >> a;
             inOrder = inOrder && id == next && a == next;
             if (writeBetween && next == 10) {
-                ASSERT_EQ(runWrite("insert into dst values(10)"), 0u);
+                // On the reader's own database object.
+                ASSERT_EQ(query.db->execWriteSQL(sqlText("insert into dst values(10)")), 0u);
             }
             ++next;
         }
@@ -251,7 +203,8 @@ TEST_F(ReaderTest, AReadThatFailsAfterSomeRowsGivesThoseRowsThenItsCode) {
 }
 
 // Readers cleared before their end, with a short or a long rest: the next
-// calls on the session work and report no failure of the reads left behind.
+// calls on the session work and report no failure of the reads left behind,
+// and the reader runs a second query.
 TEST_F(ReaderTest, AReaderClearedBeforeItsEndLeavesTheSessionToTheNextCalls) {
     ASSERT_EQ(runWrite("create table dst(id integer)"), 0u);
     const std::string series =
@@ -269,7 +222,10 @@ TEST_F(ReaderTest, AReaderClearedBeforeItsEndLeavesTheSessionToTheNextCalls) {
         ASSERT_EQ(runWrite("insert into dst values(" + std::to_string(++written) + ")"), 0u);
         EXPECT_EQ(lastError().code, 0u);
         ASSERT_EQ(query.db->beginTransaction(), 0u);
-        EXPECT_EQ(runQuery("select count(*) from dst", 1), (Rows{{std::to_string(written)}}));
+        ASSERT_EQ(query.db->execReadSQL(sqlText("select count(*) from dst"), query.reader), 0u);
+        long count = 0;
+        query.reader >> count;
+        EXPECT_EQ(count, written);
         ASSERT_EQ(query.db->commitTransaction(), 0u);
     }
 }

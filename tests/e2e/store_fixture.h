@@ -17,66 +17,46 @@ namespace vorn::test {
 
 using Rows = std::vector<std::vector<std::string>>;
 
-// Runs one raw statement through a fresh guard; returns the executor's code.
-inline unsigned long runWrite(const std::string& sql, bool useProcessSessionName = false) {
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, useProcessSessionName);
-    CVORNsqlstr statement;
-    statement.assign(sql);
-    return db->execWriteSQL(statement);
-}
-
-// Runs a built statement through a fresh guard; returns the executor's code.
-inline unsigned long runStatement(const CVORNBase& statement) {
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
-    return db->execWriteSQL(statement);
-}
-
-// The ids a selector returns, in its order.
-inline std::vector<long> selectedIds(const CVORNSelector& selector) {
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
-    CVORNReader reader;
-    std::vector<long> out;
-    EXPECT_EQ(db->execReadSQL(selector, reader), 0u) << selector.toString();
-    while (reader.hasNextElement()) {
-        long id = 0;
-        reader >> id;
-        out.push_back(id);
-    }
-    return out;
-}
-
-// A raw query run through its own guard, with the reader left open for the
-// test to pull rows from.
-struct OpenQuery {
-    explicit OpenQuery(const std::string& sql) : guard("TaskDB", db, false) {
-        statement.assign(sql);
-        code = db->execReadSQL(statement, reader);
-    }
+// The database object of a guard of its own, for the life of the object.
+struct Database {
+    explicit Database(bool useProcessSessionName = false)
+        : guard("TaskDB", db, useProcessSessionName) {}
+    CVORN* operator->() const { return db; }
 
     CVORN* db = nullptr;
     GuardDB guard;
-    CVORNsqlstr statement;
-    CVORNReader reader;
-    unsigned long code = 0;
 };
 
-// Reads every row of a raw query as text fields.
-inline Rows runQuery(const std::string& sql, std::size_t columns,
-                     bool useProcessSessionName = false) {
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, useProcessSessionName);
+// Runs a statement through a fresh guard; returns the executor's code.
+inline unsigned long runStatement(const CVORNBase& statement, bool useProcessSessionName = false) {
+    return Database(useProcessSessionName)->execWriteSQL(statement);
+}
+
+inline CVORNsqlstr sqlText(const std::string& sql) {
     CVORNsqlstr statement;
     statement.assign(sql);
+    return statement;
+}
+
+// Runs one raw statement through a fresh guard; returns the executor's code.
+inline unsigned long runWrite(const std::string& sql, bool useProcessSessionName = false) {
+    return runStatement(sqlText(sql), useProcessSessionName);
+}
+
+// Reads every row of a statement, through its own guard, as text fields. The
+// executor's code goes to code where given; elsewhere it must be 0.
+inline Rows readRows(const CVORNBase& statement, std::size_t columns, unsigned long* code = nullptr,
+                     bool useProcessSessionName = false) {
+    Database db(useProcessSessionName);
     CVORNReader reader;
     Rows rows;
-    if (db->execReadSQL(statement, reader) != 0) {
-        ADD_FAILURE() << "query failed: " << sql;
-        return rows;
+    const unsigned long result = db->execReadSQL(statement, reader);
+    if (code != nullptr) {
+        *code = result;
+    } else {
+        EXPECT_EQ(result, 0u) << statement.toString();
     }
-    while (reader.hasNextElement()) {
+    while (result == 0 && reader.hasNextElement()) {
         std::vector<std::string> row(columns);
         for (auto& field : row) {
             reader >> field;
@@ -84,6 +64,51 @@ inline Rows runQuery(const std::string& sql, std::size_t columns,
         rows.push_back(row);
     }
     return rows;
+}
+
+// Reads every row of a raw query as text fields.
+inline Rows runQuery(const std::string& sql, std::size_t columns,
+                     bool useProcessSessionName = false) {
+    return readRows(sqlText(sql), columns, nullptr, useProcessSessionName);
+}
+
+// The ids a selector returns, in its order.
+inline std::vector<long> selectedIds(const CVORNSelector& selector) {
+    std::vector<long> out;
+    for (const auto& row : readRows(selector, 1)) {
+        out.push_back(std::stol(row[0]));
+    }
+    return out;
+}
+
+// select id from table where <condition> order by id
+inline CVORNSelector idsWhere(const std::string& table, const CVORNCriterion& condition) {
+    CVORNSelector selector;
+    selector.table(table);
+    selector.select("id");
+    selector.where(condition);
+    selector.orderBy("id", true);
+    return selector;
+}
+
+// A raw query run through its own guard, with the reader left open for the
+// test to pull rows from.
+struct OpenQuery {
+    explicit OpenQuery(const std::string& sql) : statement(sqlText(sql)) {
+        code = db->execReadSQL(statement, reader);
+    }
+
+    Database db;
+    CVORNsqlstr statement;
+    CVORNReader reader;
+    unsigned long code = 0;
+};
+
+// Whether two batch columns hold the same type and values.
+inline bool sameColumn(const BaseTypeVector& a, const BaseTypeVector& b) {
+    return a.m_type == b.m_type && a.m_strVec == b.m_strVec && a.m_longVec == b.m_longVec &&
+           a.m_ulongVec == b.m_ulongVec && a.m_floatVec == b.m_floatVec &&
+           a.m_doubleVec == b.m_doubleVec;
 }
 
 // Every test starts on empty stores. On SQLite each test gets its own data
@@ -95,9 +120,17 @@ class StoreTest : public ::testing::Test {
 
     void SetUp() override {
         ::setenv("VORN_DATA_DIR", m_dir.path().c_str(), 1);
-        if (!onPostgres()) {
-            return;
+        if (onPostgres()) {
+            makePgStores();
         }
+        if (!IsSkipped() && !HasFatalFailure()) {
+            prepare();
+        }
+    }
+    // What every test of a suite starts from, made once the stores are there.
+    virtual void prepare() {}
+
+    void makePgStores() {
         if (postgresUrl().empty()) {
             GTEST_SKIP() << kNoServer;
         }
@@ -127,6 +160,14 @@ class StoreTest : public ::testing::Test {
         m_schemas.clear();
         m_stores.clear();
     }
+
+    // Table kept(id, name) with three rows: what a failing call must leave.
+    static void seedKept() {
+        ASSERT_EQ(runWrite("create table kept(id integer primary key, name text)"), 0u);
+        ASSERT_EQ(runWrite("insert into kept values(1, 'a'), (2, 'b'), (3, 'c')"), 0u);
+    }
+    static Rows keptRows() { return runQuery("select id, name from kept order by id", 2); }
+    static Rows seededKept() { return {{"1", "a"}, {"2", "b"}, {"3", "c"}}; }
 
     // Whether anything was ever written to the store of a session name.
     bool storeUsed(const std::string& sessionName) const {

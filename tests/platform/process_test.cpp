@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cstdint>
-#include <vector>
 
 namespace {
 
@@ -12,29 +11,19 @@ using vorn::platform::currentProcessId;
 using vorn::platform::ProcessIdSource;
 using vorn::platform::setProcessIdSource;
 
-TEST(ProcessId, IsTheRealProcessIdByDefault) {
-    EXPECT_EQ(currentProcessId(), static_cast<std::uint64_t>(::getpid()));
-}
-
-TEST(ProcessId, SubstitutesAndRestores) {
-    struct Case {
-        ProcessIdSource source;
-        std::uint64_t expected;
-    };
-    const std::vector<Case> cases = {
-        {[]() -> std::uint64_t { return 4073; }, 4073},
-        {[]() -> std::uint64_t { return 4073 + 65536; }, 4073 + 65536},
-        {[]() -> std::uint64_t { return 4222; }, 4222},
-        {[]() -> std::uint64_t { return UINT64_MAX; }, UINT64_MAX},
-    };
-    ProcessIdSource expectedPrevious = nullptr;
-    for (const auto& c : cases) {
-        EXPECT_EQ(setProcessIdSource(c.source), expectedPrevious);
-        EXPECT_EQ(currentProcessId(), c.expected);
-        expectedPrevious = c.source;
-    }
-    EXPECT_EQ(setProcessIdSource(nullptr), expectedPrevious);
-    EXPECT_EQ(currentProcessId(), static_cast<std::uint64_t>(::getpid()));
+// The real process id by default; a substitute source until it is replaced,
+// each replacement returning the one before.
+TEST(ProcessId, IsTheRealOneUnlessASourceIsSubstituted) {
+    const auto realId = static_cast<std::uint64_t>(::getpid());
+    EXPECT_EQ(currentProcessId(), realId);
+    const ProcessIdSource first = []() -> std::uint64_t { return 4073 + 65536; };
+    const ProcessIdSource second = []() -> std::uint64_t { return UINT64_MAX; };
+    EXPECT_EQ(setProcessIdSource(first), nullptr);
+    EXPECT_EQ(currentProcessId(), 4073U + 65536U);
+    EXPECT_EQ(setProcessIdSource(second), first);
+    EXPECT_EQ(currentProcessId(), UINT64_MAX);
+    EXPECT_EQ(setProcessIdSource(nullptr), second);
+    EXPECT_EQ(currentProcessId(), realId);
 }
 
 }  // namespace

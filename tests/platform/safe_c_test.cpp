@@ -26,10 +26,19 @@ std::string fullText(double value) {
     return std::string(big.data(), static_cast<std::size_t>(n));
 }
 
+// A call of snprintf_s into a 200-byte buffer with one argument, given the
+// buffer and maxCount.
+template <class T>
+std::function<int(char*, std::size_t)> formats(const char* format, T argument) {
+    return [format, argument](char* buffer, std::size_t maxCount) {
+        return snprintf_s(buffer, kBufferSize, maxCount, format, argument);
+    };
+}
+
 struct FormatCase {
     const char* name;
     std::size_t maxCount;
-    std::function<int(char*, std::size_t)> format;  // formats into a 200-byte buffer
+    std::function<int(char*, std::size_t)> format;
     int expectedResult;
     std::string expectedText;
 };
@@ -38,27 +47,14 @@ TEST(SnprintfS, FormatsOrCutsAtMaxCount) {
     const std::string huge = fullText(1e300);
     ASSERT_GT(huge.size(), kMaxCount);
     const std::vector<FormatCase> cases = {
-        {"int", kMaxCount,
-         [](char* b, std::size_t m) { return snprintf_s(b, kBufferSize, m, "%d", -42); }, 3, "-42"},
-        {"empty format", kMaxCount,
-         [](char* b, std::size_t m) { return snprintf_s(b, kBufferSize, m, "%s", ""); }, 0, ""},
-        {"exactly max count", 3,
-         [](char* b, std::size_t m) { return snprintf_s(b, kBufferSize, m, "%s", "abc"); }, 3,
-         "abc"},
-        {"one past max count", 3,
-         [](char* b, std::size_t m) { return snprintf_s(b, kBufferSize, m, "%s", "abcd"); }, -1,
-         "abc"},
-        {"float six decimals", kMaxCount,
-         [](char* b, std::size_t m) { return snprintf_s(b, kBufferSize, m, "%f", 2.5); }, 8,
-         "2.500000"},
-        {"huge double", kMaxCount,
-         [](char* b, std::size_t m) { return snprintf_s(b, kBufferSize, m, "%f", 1e300); }, -1,
-         huge.substr(0, kMaxCount)},
-        {"unsigned long max", kMaxCount,
-         [](char* b, std::size_t m) {
-             return snprintf_s(b, kBufferSize, m, "%lu", 18446744073709551615UL);
-         },
-         20, "18446744073709551615"},
+        {"int", kMaxCount, formats("%d", -42), 3, "-42"},
+        {"empty format", kMaxCount, formats("%s", ""), 0, ""},
+        {"exactly max count", 3, formats("%s", "abc"), 3, "abc"},
+        {"one past max count", 3, formats("%s", "abcd"), -1, "abc"},
+        {"float six decimals", kMaxCount, formats("%f", 2.5), 8, "2.500000"},
+        {"huge double", kMaxCount, formats("%f", 1e300), -1, huge.substr(0, kMaxCount)},
+        {"unsigned long max", kMaxCount, formats("%lu", 18446744073709551615UL), 20,
+         "18446744073709551615"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

@@ -10,6 +10,14 @@
 
 namespace vorn::test {
 
+// Everything in the file at path.
+inline std::string fileText(const std::string& path) {
+    std::ifstream in(path);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
 // Redirects file descriptor 2 into a file until finish(), which restores it
 // and returns what was written.
 class StderrCapture {
@@ -27,10 +35,7 @@ class StderrCapture {
 
     std::string finish() {
         restore();
-        std::ifstream in(m_path);
-        std::ostringstream text;
-        text << in.rdbuf();
-        return text.str();
+        return fileText(m_path);
     }
 
   private:

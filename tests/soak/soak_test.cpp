@@ -7,14 +7,11 @@
 //
 // The processes are forked before this process uses the library at all.
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <iostream>
-#include <thread>
 
+#include "child_process.h"
 #include "scratch_dir.h"
 #include "soak_store.h"
 #include "soak_worker.h"
@@ -28,35 +25,6 @@ constexpr int kThreads = 3;
 constexpr std::chrono::seconds kDuration{20};
 // A worker still running this long after its work should have ended is hung.
 constexpr std::chrono::seconds kHangLimit{120};
-
-// Waits for the children; kills those still running at the hang limit.
-// Returns the exit status of each (-1: killed or ended abnormally).
-std::vector<int> waitFor(const std::vector<pid_t>& children) {
-    std::vector<int> statuses(children.size(), -2);
-    const auto limit = std::chrono::steady_clock::now() + kDuration + kHangLimit;
-    std::size_t running = children.size();
-    while (running > 0) {
-        for (std::size_t i = 0; i < children.size(); ++i) {
-            int status = 0;
-            if (statuses[i] == -2 && ::waitpid(children[i], &status, WNOHANG) == children[i]) {
-                statuses[i] = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-                --running;
-            }
-        }
-        if (running > 0 && std::chrono::steady_clock::now() > limit) {
-            for (std::size_t i = 0; i < children.size(); ++i) {
-                if (statuses[i] == -2) {
-                    ::kill(children[i], SIGKILL);
-                    ::waitpid(children[i], nullptr, 0);
-                    statuses[i] = -1;
-                }
-            }
-            break;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    }
-    return statuses;
-}
 
 // Every unit a worker recorded is stored exactly as it expects, and nothing
 // else is stored. Returns the rows checked.
@@ -90,14 +58,17 @@ void soak(RawStore& store, const char* name) {
     std::vector<pid_t> children;
     for (int p = 0; p < kProcesses; ++p) {
         const std::string file = records.file("p" + std::to_string(p));
-        const pid_t child = ::fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            ::_exit(runWorkerProcess(p, kThreads, store.url(), kDuration, file));
-        }
-        children.push_back(child);
+        children.push_back(
+            spawn([&] { return runWorkerProcess(p, kThreads, store.url(), kDuration, file); }));
+        ASSERT_GT(children.back(), 0);
     }
-    const std::vector<int> statuses = waitFor(children);
+    // Each exit status (-1: ended abnormally, or still running at the hang
+    // limit and killed).
+    const auto limit = std::chrono::steady_clock::now() + kDuration + kHangLimit;
+    std::vector<int> statuses;
+    for (const pid_t child : children) {
+        statuses.push_back(waitFor(child, limit - std::chrono::steady_clock::now()));
+    }
     std::vector<Unit> units;
     Tally tally;
     for (int p = 0; p < kProcesses; ++p) {

@@ -40,6 +40,14 @@ class LogCapture {
         }
         return out;
     }
+    // The texts of the records that contain part, one a line: "" when none does.
+    std::string containing(const std::string& part) const {
+        std::string out;
+        for (const auto& r : records()) {
+            out += r.text.find(part) == std::string::npos ? "" : r.text + "\n";
+        }
+        return out;
+    }
     void reset() {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_records.clear();

@@ -15,10 +15,14 @@ namespace vorn::test {
 // VORN_TEST_BACKEND=postgresql the server named by VORN_TEST_PG_URL.
 enum class Backend { Sqlite, Postgres };
 
+// The value of an environment variable, or "" when it is not set.
+inline std::string environment(const char* name) {
+    const char* value = std::getenv(name);
+    return value == nullptr ? std::string() : std::string(value);
+}
+
 inline Backend backendUnderTest() {
-    const char* name = std::getenv("VORN_TEST_BACKEND");
-    return name != nullptr && std::string(name) == "postgresql" ? Backend::Postgres
-                                                                : Backend::Sqlite;
+    return environment("VORN_TEST_BACKEND") == "postgresql" ? Backend::Postgres : Backend::Sqlite;
 }
 
 inline bool onPostgres() {
@@ -28,13 +32,22 @@ inline bool onPostgres() {
 // The test server's URL (as "scripts/pg-server start <dir>" prints it), or ""
 // when none was started for the tests. The only reader of the variable.
 inline std::string postgresUrl() {
-    const char* url = std::getenv("VORN_TEST_PG_URL");
-    return url == nullptr ? std::string() : std::string(url);
+    return environment("VORN_TEST_PG_URL");
 }
 
 inline const char* const kNoServer =
     "VORN_TEST_PG_URL is not set: start a throwaway server with \"scripts/pg-server start <dir>\" "
     "and export the lines it prints";
+
+// The shell command that restarts the test server (VORN_TEST_PG_RESTART, e.g.
+// "scripts/pg-server restart <dir>"), or "" when none was given.
+inline std::string restartCommand() {
+    return environment("VORN_TEST_PG_RESTART");
+}
+
+inline const char* const kNoRestart =
+    "VORN_TEST_PG_RESTART is not set: give it a shell command that restarts the server, e.g. "
+    "\"scripts/pg-server restart <dir>\"";
 
 // url with further query options ("a=b&c=d").
 inline std::string withOptions(const std::string& url, const std::string& options) {
@@ -68,8 +81,7 @@ inline std::string postgresUrlForSchema(const std::string& schema) {
 // Behind it no session setting survives a transaction, so a test's stores are
 // databases of their own instead of schemas.
 inline std::string poolerUrl() {
-    const char* url = std::getenv("VORN_TEST_PG_POOLER_URL");
-    return url == nullptr ? std::string() : std::string(url);
+    return environment("VORN_TEST_PG_POOLER_URL");
 }
 
 // url with its database replaced by database.
@@ -94,7 +106,7 @@ struct PgScratchStore {
 
 inline bool makePgScratchStore(const std::string& name, PgScratchStore& out) {
     if (poolerUrl().empty()) {
-        out.url = withOptions(postgresUrl(), "options=-c%20search_path%3D" + name);
+        out.url = postgresUrlForSchema(name);
         out.drop = "drop schema \"" + name + "\" cascade";
         return adminExecute("create schema \"" + name + "\"");
     }

@@ -12,12 +12,9 @@ namespace typecode = platform::typecode;
 
 class BatchTest : public DalTest {
   protected:
-    void SetUp() override {
-        DalTest::SetUp();
-        if (!IsSkipped()) {
-            ASSERT_TRUE(run(m_session, "create table u(id integer, name text unique)").ok());
-            ASSERT_TRUE(run(m_session, "insert into u values(0, 'dup')").ok());
-        }
+    void prepare() override {
+        ASSERT_TRUE(run(m_session, "create table u(id integer, name text unique)").ok());
+        ASSERT_TRUE(run(m_session, "insert into u values(0, 'dup')").ok());
     }
     Rows rowsOfU() const { return all("u"); }
 };

@@ -25,12 +25,6 @@ class ConnectionsTest : public DalTest {
         DalTest::TearDown();
     }
 
-    // Whether this thread still has the connection that made its TEMP table.
-    bool sameConnection() const { return run(m_session, "select * from marker").ok(); }
-    void markConnection() const {
-        ASSERT_TRUE(run(m_session, "create temp table marker(v integer)").ok());
-    }
-
     // Inserts rows id and id + 1 in one transaction while a reader is open;
     // the first failure.
     ExecResult twoRowsUnderAnOpenReader(int id) const {

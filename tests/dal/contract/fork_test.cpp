@@ -2,15 +2,10 @@
 // parent's alone, so both go on at once. Each child reports through its exit
 // status, and is waited for with a bound, so a hang fails the test instead of
 // stopping the suite.
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <chrono>
-#include <functional>
 #include <optional>
-#include <thread>
 
+#include "child_process.h"
 #include "dal_fixture.h"
 #include "vorn/connections.h"
 
@@ -20,32 +15,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int kRowsEach = 200;
-
-// Runs body in a child process; returns its pid. The child exits with what
-// body returns, without running the parent's exit-time code.
-pid_t spawn(const std::function<int()>& body) {
-    const pid_t pid = ::fork();
-    if (pid == 0) {
-        ::_exit(body());
-    }
-    return pid;
-}
-
-// The child's exit status, or -1 when it has not ended within the bound (it
-// is then killed).
-int waitFor(pid_t pid, std::chrono::seconds bound = 60s) {
-    const auto deadline = std::chrono::steady_clock::now() + bound;
-    int status = 0;
-    while (::waitpid(pid, &status, WNOHANG) == 0) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            ::kill(pid, SIGKILL);
-            ::waitpid(pid, &status, 0);
-            return -1;
-        }
-        std::this_thread::sleep_for(10ms);
-    }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
 
 // Inserts rows first .. first + kRowsEach - 1 one call each; 0, or the
 // number of calls that failed.
@@ -58,15 +27,11 @@ int insertRows(const std::string& session, int first) {
     return failed;
 }
 
-class ForkTest : public DalTest {
-  protected:
-    // Whether this thread still has the connection that made its TEMP table.
-    bool sameConnection() const { return run(m_session, "select * from marker").ok(); }
-};
+using ForkTest = DalTest;
 
 TEST_F(ForkTest, AChildOpensItsOwnConnectionAndBothWriteAtOnce) {
     seed();
-    ASSERT_TRUE(run(m_session, "create temp table marker(v integer)").ok());
+    markConnection();
     const pid_t child = spawn([&] {
         const int failed = insertRows(m_session, 1000);
         // Its own connection: the parent's TEMP table is not there.
@@ -75,15 +40,15 @@ TEST_F(ForkTest, AChildOpensItsOwnConnectionAndBothWriteAtOnce) {
     });
     ASSERT_GT(child, 0);
     EXPECT_EQ(insertRows(m_session, 2000), 0);
-    EXPECT_EQ(waitFor(child), 0) << "1: writes failed, 2: used the parent's connection, "
-                                    "-1: hung or crashed";
+    EXPECT_EQ(waitFor(child, 60s), 0) << "1: writes failed, 2: used the parent's connection, "
+                                         "-1: hung or crashed";
     EXPECT_TRUE(sameConnection());  // the parent's connection is untouched
     EXPECT_EQ(query(m_session, "select count(*) from t"),
               (Rows{{std::to_string(2 + 2 * kRowsEach)}}));
 }
 
 TEST_F(ForkTest, AReaderOpenAtTheForkStaysTheParents) {
-    ASSERT_TRUE(run(m_session, "create temp table marker(v integer)").ok());
+    markConnection();
     std::optional<DataSession> reader(std::in_place, m_session.c_str());
     open(*reader, series(100));
     Row row;
@@ -99,8 +64,9 @@ TEST_F(ForkTest, AReaderOpenAtTheForkStaysTheParents) {
         return refused ? (ownReads ? 0 : 2) : 1;
     });
     ASSERT_GT(child, 0);
-    EXPECT_EQ(waitFor(child), 0) << "1: the child read the parent's result, "
-                                    "2: the child could not read on its own, -1: hung or crashed";
+    EXPECT_EQ(waitFor(child, 60s), 0)
+        << "1: the child read the parent's result, "
+           "2: the child could not read on its own, -1: hung or crashed";
     // The parent reads on from where it was, on its own connection.
     Rows rest = fetchAll(*reader);
     ASSERT_EQ(rest.size(), 99U);

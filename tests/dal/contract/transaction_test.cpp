@@ -10,12 +10,7 @@ namespace {
 
 class TransactionTest : public DalTest {
   protected:
-    void SetUp() override {
-        DalTest::SetUp();
-        if (!IsSkipped()) {
-            ASSERT_TRUE(run(m_session, "create table t(v text unique)").ok());
-        }
-    }
+    void prepare() override { ASSERT_TRUE(run(m_session, "create table t(v text unique)").ok()); }
     Rows values() const { return all(); }
     ExecResult insert(const std::string& value) const {
         return run(m_session, "insert into t values('" + value + "')");

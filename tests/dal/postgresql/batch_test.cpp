@@ -16,12 +16,9 @@ using U = std::numeric_limits<std::uint64_t>;
 
 class PgBatch : public PgTest {
   protected:
-    void SetUp() override {
-        PgTest::SetUp();
-        if (!IsSkipped()) {
-            ASSERT_TRUE(run(m_session, "create table u(id int8, name text unique)").ok());
-            ASSERT_TRUE(run(m_session, "insert into u values (0, 'dup')").ok());
-        }
+    void prepare() override {
+        ASSERT_TRUE(run(m_session, "create table u(id int8, name text unique)").ok());
+        ASSERT_TRUE(run(m_session, "insert into u values (0, 'dup')").ok());
     }
     ExecResult insert(std::vector<std::int64_t> ids, std::vector<std::string> names,
                       const std::string& sql) {

@@ -12,17 +12,11 @@ namespace {
 
 class PgRestart : public PgTest {
   protected:
-    void SetUp() override {
-        PgTest::SetUp();
-        if (IsSkipped()) {
-            return;
+    void prepare() override {
+        m_restart = restartCommand();
+        if (m_restart.empty()) {
+            GTEST_SKIP() << kNoRestart;
         }
-        const char* restart = std::getenv("VORN_TEST_PG_RESTART");
-        if (restart == nullptr || *restart == '\0') {
-            GTEST_SKIP() << "VORN_TEST_PG_RESTART is not set: give it a shell command that "
-                            "restarts the server, e.g. \"scripts/pg-server restart <dir>\"";
-        }
-        m_restart = restart;
         ASSERT_TRUE(run(m_session, "create table t(v text)").ok());
         ASSERT_TRUE(run(m_session, "insert into t values ('committed')").ok());
     }

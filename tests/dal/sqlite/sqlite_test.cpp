@@ -25,12 +25,8 @@ TEST_F(SqliteTest, FieldsKeepTheirBytesAndSqliteQuotingIsKnown) {
 // as those numbers; texts, blobs and NULL as their bytes.
 TEST_F(SqliteTest, IntegersAndRealsComeAsNumbersToATargetThatTakesThem) {
     using Kind = platform::FieldValue::Kind;
-    DataSession s(m_session.c_str());
-    open(s, "select -9223372036854775808, 2.5, '7', x'41', NULL");
-    Row row;
-    TypedRef target = numbersRowTarget(row);
-    ExecResult status;
-    ASSERT_TRUE(s.fetchRow(status, target, 100)) << detailOf(status);
+    const Row row =
+        firstRowAsNumbers(m_session, "select -9223372036854775808, 2.5, '7', x'41', NULL");
     ASSERT_EQ(row.size(), 5U);
     EXPECT_EQ(row[0].kind(), Kind::Integer);
     EXPECT_EQ(row[0].integer(), INT64_MIN);
@@ -74,16 +70,9 @@ TEST_F(SqliteTest, UrlOptionsApplyAndMalformedOnesAreRefused) {
     EXPECT_EQ(all(), seededRows());
 }
 
-TEST_F(SqliteTest, ReadOnlyAndUnopenableFilesReturnStoreCodes) {
+// Read-only files: fault_test.cpp.
+TEST_F(SqliteTest, UnopenableFilesReturnStoreCodes) {
     seed();
-    ASSERT_EQ(bindDataSource("x.ro", m_url + "?mode=ro"), 0U);
-    EXPECT_EQ(query("x.ro", "select * from t order by id"), seededRows());
-    for (const char* sql : {"insert into t values(3, 'x')", "create table u(v)"}) {
-        const ExecResult status = run("x.ro", sql);
-        EXPECT_EQ(status.errorCode(), 8U) << sql;  // SQLITE_READONLY
-        EXPECT_EQ(detailOf(status), "attempt to write a readonly database");
-    }
-
     std::ofstream(m_dir.file("plain")) << "not a directory";
     const struct {
         std::string url;
@@ -101,42 +90,9 @@ TEST_F(SqliteTest, ReadOnlyAndUnopenableFilesReturnStoreCodes) {
             EXPECT_FALSE(detailOf(status).empty());
         }
     }
-    unbindDataSource("x.ro");
     unbindDataSource("x.cantopen");
     EXPECT_FALSE(std::filesystem::exists(m_dir.file("missing.db")));
     EXPECT_EQ(all(), seededRows());
-}
-
-// Writers on other threads wait for the file's write lock instead of failing.
-TEST_F(SqliteTest, ConcurrentWritersOnOneFileAllSucceed) {
-    ASSERT_TRUE(run(m_session, "create table t(v text)").ok());
-    constexpr int kThreads = 4;
-    constexpr int kRows = 50;
-    std::vector<int> failures(kThreads, 0);
-    std::vector<std::thread> threads;
-    threads.reserve(kThreads);
-    for (int n = 0; n < kThreads; ++n) {
-        threads.emplace_back([&, n] {
-            for (int r = 0; r < kRows; ++r) {
-                const bool inTransaction = r % 10 == 0;
-                if (inTransaction && !DataSession(m_session.c_str()).beginTransaction().ok()) {
-                    ++failures[n];
-                }
-                if (!run(m_session, "insert into t values('" + std::to_string(n) + "')").ok()) {
-                    ++failures[n];
-                }
-                if (inTransaction && !DataSession(m_session.c_str()).commit().ok()) {
-                    ++failures[n];
-                }
-            }
-        });
-    }
-    for (auto& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(failures, std::vector<int>(kThreads, 0));
-    EXPECT_EQ(query(m_session, "select count(*) from t"),
-              (Rows{{std::to_string(kThreads * kRows)}}));
 }
 
 // A reader left open (first row read) does not make the same thread's next
