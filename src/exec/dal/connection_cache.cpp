@@ -13,6 +13,7 @@
 
 #include "exec/dal/data_source_registry.h"
 #include "exec/dal/inherited.h"
+#include "vorn/connections.h"
 #include "vorn/platform/error_codes.h"
 
 namespace vorn::dal {
@@ -189,7 +190,7 @@ std::size_t closeEverywhere(Pick&& close) {
 }
 
 void sweepIfDue(Clock::time_point now) {
-    const std::chrono::milliseconds timeout = ConnectionCache::idleTimeout();
+    const std::chrono::milliseconds timeout = connectionIdleTimeout();
     Clock::rep due = g_nextSweep.load(std::memory_order_relaxed);
     if (timeout.count() <= 0 || now.time_since_epoch().count() < due) {
         return;
@@ -197,7 +198,7 @@ void sweepIfDue(Clock::time_point now) {
     const Clock::duration interval = std::min<Clock::duration>(timeout, kLongestSweepInterval);
     if (g_nextSweep.compare_exchange_strong(due, (now + interval).time_since_epoch().count(),
                                             std::memory_order_relaxed)) {
-        ConnectionCache::closeIdle();
+        closeIdleConnections();
     }
 }
 
@@ -214,8 +215,8 @@ bool stillCurrent(const Slot& slot, std::uint64_t generation) {
     if (askedToClose(slot) && !slot.connection->inTransaction()) {
         return false;
     }
-    return !slot.source->embeddedDefault || std::strcmp(slot.source->dataDirSetting.c_str(),
-                                                        DataSourceRegistry::dataDirSetting()) == 0;
+    return !slot.source->embeddedDefault ||
+           std::strcmp(slot.source->dataDirSetting.c_str(), dataDirSetting()) == 0;
 }
 
 // Opens a new connection for slot, unless the one it has is still for the
@@ -238,18 +239,18 @@ bool reconnect(Slot& slot, std::shared_ptr<const DataSource> source, platform::E
 
 }  // namespace
 
-ConnectionLease ConnectionCache::acquire(const std::string& name, platform::ExecResult& status) {
+ConnectionLease acquireConnection(const std::string& name, platform::ExecResult& status) {
     const Clock::time_point now = Clock::now();
     sweepIfDue(now);
     t_connections.adoptAfterFork();
     std::lock_guard<std::mutex> lock(t_connections.mutex);
     Slot& slot = t_connections.slot(name);
     slot.lastUsed = now;
-    const std::uint64_t generation = DataSourceRegistry::generation();
+    const std::uint64_t generation = dataSourceGeneration();
     if (stillCurrent(slot, generation)) {
         return ConnectionLease(slot.connection);
     }
-    std::shared_ptr<const DataSource> source = DataSourceRegistry::resolve(name);
+    std::shared_ptr<const DataSource> source = resolveDataSource(name);
     if (!source->valid()) {
         closeSlot(slot);
         status = platform::ExecResult::failure(
@@ -264,7 +265,21 @@ ConnectionLease ConnectionCache::acquire(const std::string& name, platform::Exec
     return ConnectionLease(slot.connection);
 }
 
-std::size_t ConnectionCache::closeThread() {
+}  // namespace vorn::dal
+
+// The calls of <vorn/connections.h>.
+namespace vorn {
+
+using dal::Clock;
+using dal::closeEverywhere;
+using dal::closeSlot;
+using dal::g_closeEpoch;
+using dal::g_idleTimeoutMs;
+using dal::g_nextSweep;
+using dal::Slot;
+using dal::t_connections;
+
+std::size_t closeConnections() {
     t_connections.adoptAfterFork();
     std::size_t closed = 0;
     std::lock_guard<std::mutex> lock(t_connections.mutex);
@@ -282,13 +297,13 @@ std::size_t ConnectionCache::closeThread() {
     return closed;
 }
 
-std::size_t ConnectionCache::closeAll() {
+std::size_t closeAllConnections() {
     g_closeEpoch.fetch_add(1, std::memory_order_relaxed);
     return closeEverywhere([](const Slot&) { return true; });
 }
 
-std::size_t ConnectionCache::closeIdle() {
-    const std::chrono::milliseconds timeout = idleTimeout();
+std::size_t closeIdleConnections() {
+    const std::chrono::milliseconds timeout = connectionIdleTimeout();
     if (timeout.count() <= 0) {
         return 0;
     }
@@ -296,13 +311,13 @@ std::size_t ConnectionCache::closeIdle() {
     return closeEverywhere([&](const Slot& slot) { return now - slot.lastUsed >= timeout; });
 }
 
-void ConnectionCache::setIdleTimeout(std::chrono::milliseconds timeout) {
+void setConnectionIdleTimeout(std::chrono::milliseconds timeout) {
     g_idleTimeoutMs.store(std::max<std::int64_t>(timeout.count(), 0), std::memory_order_relaxed);
     g_nextSweep.store(0, std::memory_order_relaxed);
 }
 
-std::chrono::milliseconds ConnectionCache::idleTimeout() {
+std::chrono::milliseconds connectionIdleTimeout() {
     return std::chrono::milliseconds(g_idleTimeoutMs.load(std::memory_order_relaxed));
 }
 
-}  // namespace vorn::dal
+}  // namespace vorn

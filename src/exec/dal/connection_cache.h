@@ -60,26 +60,11 @@ class ConnectionLease {
 //
 // The cache survives fork(): a child abandons every connection it inherited
 // (see inherited.h) and opens its own.
-class ConnectionCache {
-  public:
-    // This thread's connection for name: the cached one while its binding is
-    // unchanged and it is usable (and not to be closed), otherwise a new one.
-    // An empty lease with status set
-    // when the name's data source is invalid or the connect fails (the next
-    // call tries again).
-    static ConnectionLease acquire(const std::string& name, platform::ExecResult& status);
-
-    // Close the calling thread's connections, every thread's, or every
-    // thread's idle ones; each returns how many were closed at once. Another
-    // thread's connections are left to that thread while it is connecting.
-    static std::size_t closeThread();
-    static std::size_t closeAll();
-    static std::size_t closeIdle();
-
-    // Connections unused for this long are closed, by the next call of any
-    // thread or by closeIdle; zero keeps them until closed otherwise.
-    static void setIdleTimeout(std::chrono::milliseconds timeout);
-    static std::chrono::milliseconds idleTimeout();
-};
+// This thread's connection for name: the cached one while its binding is
+// unchanged and it is usable (and not to be closed), otherwise a new one. An
+// empty lease with status set when the name's data source is invalid or the
+// connect fails (the next call tries again). Closing and the idle time are the
+// calls of <vorn/connections.h>, defined beside it (connection_cache.cpp).
+ConnectionLease acquireConnection(const std::string& name, platform::ExecResult& status);
 
 }  // namespace vorn::dal

@@ -32,7 +32,7 @@ struct SessionState {
         ExecResult status;
         leaveIfInherited();
         if (!connection) {
-            connection = dal::ConnectionCache::acquire(name, status);
+            connection = acquireConnection(name, status);
             forkGeneration = dal::forkGeneration();
         }
         return status;

@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "exec/dal/data_source_list.h"
+#include "vorn/datasource.h"
 #include "vorn/platform/error_codes.h"
 #include "vorn/platform/logger.h"
 
@@ -80,7 +81,7 @@ std::shared_ptr<const DataSource> defaultSource(const std::string& name) {
         return invalidSource("session name \"" + name +
                              "\" is not bound and cannot name a database file");
     }
-    const std::string setting = DataSourceRegistry::dataDirSetting();
+    const std::string setting = dataDirSetting();
     std::error_code ec;
     std::filesystem::path dir =
         setting.empty() ? std::filesystem::current_path(ec) : std::filesystem::path(setting);
@@ -100,16 +101,16 @@ std::shared_ptr<const DataSource> defaultSource(const std::string& name) {
 
 }  // namespace
 
-const char* DataSourceRegistry::dataDirSetting() noexcept {
+const char* dataDirSetting() noexcept {
     const char* value = std::getenv(kDataDirVariable);
     return value != nullptr ? value : "";
 }
 
-std::uint64_t DataSourceRegistry::generation() noexcept {
+std::uint64_t dataSourceGeneration() noexcept {
     return g_generation.load(std::memory_order_acquire);
 }
 
-std::shared_ptr<const DataSource> DataSourceRegistry::resolve(const std::string& name) {
+std::shared_ptr<const DataSource> resolveDataSource(const std::string& name) {
     {
         State& s = state();
         std::lock_guard<std::mutex> lock(s.mutex);
@@ -129,7 +130,23 @@ std::shared_ptr<const DataSource> DataSourceRegistry::resolve(const std::string&
     return defaultSource(name);
 }
 
-std::uint64_t DataSourceRegistry::bind(const std::string& name, const std::string& url) {
+}  // namespace vorn::dal
+
+// The calls of <vorn/datasource.h>.
+namespace vorn {
+
+using dal::DataSource;
+using dal::DataSourcePairs;
+using dal::g_generation;
+using dal::loadEnvironment;
+using dal::logProblem;
+using dal::makeDataSource;
+using dal::parseDataSourceList;
+using dal::resolveDataSource;
+using dal::State;
+using dal::state;
+
+unsigned long bindDataSource(const std::string& name, const std::string& url) {
     if (name.empty()) {
         logProblem("bindDataSource", __LINE__, "bindDataSource: the session name is empty");
         return platform::errc::kDataSourceInvalid;
@@ -150,7 +167,7 @@ std::uint64_t DataSourceRegistry::bind(const std::string& name, const std::strin
     return 0;
 }
 
-std::uint64_t DataSourceRegistry::bindList(const std::string& list) {
+unsigned long bindDataSources(const std::string& list) {
     DataSourcePairs pairs;
     std::string problem;
     if (!parseDataSourceList(list, pairs, problem)) {
@@ -167,14 +184,19 @@ std::uint64_t DataSourceRegistry::bindList(const std::string& list) {
     return 0;
 }
 
-void DataSourceRegistry::unbind(const std::string& name) {
+void unbindDataSource(const std::string& name) {
     State& s = state();
     std::lock_guard<std::mutex> lock(s.mutex);
     s.runtime.erase(name);
     g_generation.fetch_add(1, std::memory_order_acq_rel);
 }
 
-std::uint64_t DataSourceRegistry::reloadEnvironment() {
+std::string describeDataSource(const std::string& sessionName) {
+    const auto source = resolveDataSource(sessionName);
+    return source->valid() ? source->display : std::string();
+}
+
+unsigned long reloadDataSourcesFromEnvironment() {
     State& s = state();
     std::lock_guard<std::mutex> lock(s.mutex);
     loadEnvironment(s);
@@ -182,4 +204,4 @@ std::uint64_t DataSourceRegistry::reloadEnvironment() {
     return s.environmentProblem.empty() ? 0 : platform::errc::kDataSourceInvalid;
 }
 
-}  // namespace vorn::dal
+}  // namespace vorn

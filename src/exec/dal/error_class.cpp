@@ -115,8 +115,7 @@ ErrorClass classifySessionFailure(std::uint64_t code, std::string_view message,
     if (code == 0) {
         return {};
     }
-    return classifyFailure(code, message, refusedByLibrary,
-                           DataSourceRegistry::resolve(session)->backend);
+    return classifyFailure(code, message, refusedByLibrary, resolveDataSource(session)->backend);
 }
 
 std::string errorCategoryPage() {

@@ -84,7 +84,7 @@ void record(StatementKind kind, const char* session, std::string_view text, Cloc
     const dal::ErrorClass classified = classifiedOf(outcome, session);
     noteLastError(session, outcome, classified);
     const char* name = session != nullptr ? session : "";
-    StatisticsStore::add(kind, name, duration, outcome.rows, classified.category);
+    addStatistics(kind, name, duration, outcome.rows, classified.category);
     const bool slow = isSlow(duration);
     if (!slow && !observing()) {
         return;
@@ -109,8 +109,30 @@ void noteOutcome(const char* session, const platform::ExecResult& status) {
     noteLastError(session, outcome, classifiedOf(outcome, session));
 }
 
-ErrorInfo lastErrorOfThread() {
-    return t_lastError;
+}  // namespace vorn::diag
+
+namespace vorn {
+
+ErrorInfo lastError() {
+    return diag::t_lastError;
 }
 
-}  // namespace vorn::diag
+const char* toString(StatementKind kind) noexcept {
+    switch (kind) {
+        case StatementKind::Read:
+            return "read";
+        case StatementKind::Write:
+            return "write";
+        case StatementKind::Batch:
+            return "batch";
+        case StatementKind::Begin:
+            return "begin";
+        case StatementKind::Commit:
+            return "commit";
+        case StatementKind::Rollback:
+            return "rollback";
+    }
+    return "?";
+}
+
+}  // namespace vorn

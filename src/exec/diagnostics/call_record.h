@@ -68,7 +68,7 @@ class ReadGate {
 // recorded yet (a read that has started; cleared by a success).
 void noteOutcome(const char* session, const platform::ExecResult& status);
 
-// The thread's last error, as noted by record and noteOutcome.
-ErrorInfo lastErrorOfThread();
+// vorn::lastError() is the thread's last error as record and noteOutcome
+// noted it (call_record.cpp).
 
 }  // namespace vorn::diag

@@ -39,16 +39,6 @@ bool observing() noexcept {
     return g_observing.load(std::memory_order_relaxed);
 }
 
-void setObserver(StatementObserver observer) {
-    std::shared_ptr<const StatementObserver> next;
-    if (observer) {
-        next = std::make_shared<const StatementObserver>(std::move(observer));
-    }
-    std::lock_guard<std::mutex> lock(g_observerMutex);
-    g_observing.store(next != nullptr, std::memory_order_relaxed);
-    g_observer = std::move(next);
-}
-
 void notifyObserver(const StatementEvent& event) noexcept {
     std::shared_ptr<const StatementObserver> observer;
     {
@@ -69,13 +59,28 @@ bool isSlow(std::chrono::nanoseconds duration) noexcept {
     return ms > 0 && duration >= std::chrono::milliseconds(ms);
 }
 
-void setSlowThreshold(std::chrono::milliseconds threshold) noexcept {
-    slowThresholdMs().store(std::max<std::int64_t>(threshold.count(), 0),
-                            std::memory_order_relaxed);
-}
-
-std::chrono::milliseconds slowThreshold() noexcept {
-    return std::chrono::milliseconds(slowThresholdMs().load(std::memory_order_relaxed));
-}
-
 }  // namespace vorn::diag
+
+// The observer and slow-statement calls of <vorn/diagnostics.h>.
+namespace vorn {
+
+void setStatementObserver(StatementObserver observer) {
+    std::shared_ptr<const StatementObserver> next;
+    if (observer) {
+        next = std::make_shared<const StatementObserver>(std::move(observer));
+    }
+    std::lock_guard<std::mutex> lock(diag::g_observerMutex);
+    diag::g_observing.store(next != nullptr, std::memory_order_relaxed);
+    diag::g_observer = std::move(next);
+}
+
+void setSlowStatementThreshold(std::chrono::milliseconds threshold) {
+    diag::slowThresholdMs().store(std::max<std::int64_t>(threshold.count(), 0),
+                                  std::memory_order_relaxed);
+}
+
+std::chrono::milliseconds slowStatementThreshold() {
+    return std::chrono::milliseconds(diag::slowThresholdMs().load(std::memory_order_relaxed));
+}
+
+}  // namespace vorn

@@ -9,12 +9,9 @@
 namespace vorn::diag {
 
 bool observing() noexcept;
-void setObserver(StatementObserver observer);
 // Hands event to the observer, if one is set; what it throws is dropped.
 void notifyObserver(const StatementEvent& event) noexcept;
 
 bool isSlow(std::chrono::nanoseconds duration) noexcept;
-void setSlowThreshold(std::chrono::milliseconds threshold) noexcept;
-std::chrono::milliseconds slowThreshold() noexcept;
 
 }  // namespace vorn::diag

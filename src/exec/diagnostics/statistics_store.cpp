@@ -45,9 +45,8 @@ StatementStatistics& rowOf(std::vector<StatementStatistics>& rows, StatementKind
 
 }  // namespace
 
-void StatisticsStore::add(StatementKind kind, const char* session,
-                          std::chrono::nanoseconds duration, std::uint64_t rows,
-                          ErrorCategory category) {
+void addStatistics(StatementKind kind, const char* session, std::chrono::nanoseconds duration,
+                   std::uint64_t rows, ErrorCategory category) {
     (void)g_forkHandlers;
     std::lock_guard<std::mutex> lock(table().mutex);
     StatementStatistics& row = rowOf(table().rows, kind, session);
@@ -61,11 +60,16 @@ void StatisticsStore::add(StatementKind kind, const char* session,
     row.maxDuration = std::max(row.maxDuration, duration);
 }
 
-std::vector<StatementStatistics> StatisticsStore::snapshot() {
+}  // namespace vorn::diag
+
+// The statistics calls of <vorn/diagnostics.h>.
+namespace vorn {
+
+std::vector<StatementStatistics> statistics() {
     std::vector<StatementStatistics> rows;
     {
-        std::lock_guard<std::mutex> lock(table().mutex);
-        rows = table().rows;
+        std::lock_guard<std::mutex> lock(diag::table().mutex);
+        rows = diag::table().rows;
     }
     std::sort(rows.begin(), rows.end(), [](const auto& a, const auto& b) {
         return std::tie(a.session, a.kind) < std::tie(b.session, b.kind);
@@ -73,9 +77,9 @@ std::vector<StatementStatistics> StatisticsStore::snapshot() {
     return rows;
 }
 
-void StatisticsStore::reset() {
-    std::lock_guard<std::mutex> lock(table().mutex);
-    table().rows.clear();
+void resetStatistics() {
+    std::lock_guard<std::mutex> lock(diag::table().mutex);
+    diag::table().rows.clear();
 }
 
-}  // namespace vorn::diag
+}  // namespace vorn
