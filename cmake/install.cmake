@@ -13,15 +13,11 @@ install(TARGETS vorn EXPORT vornTargets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
-# The public headers. The library's own helpers under vorn/platform (the
-# bounds-checked C functions, the string helpers and the type registry) are not
-# part of the interface and are not installed; the data-access interface needs
-# only the typed references of vorn/platform/typed_ref.h.
+# The public headers: everything under include/vorn. The library's own
+# helpers (the bounds-checked C functions, the string helpers, the type
+# registry) live under src/exec/platform and are never installed.
 install(DIRECTORY include/vorn DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
-  FILES_MATCHING PATTERN "*.h"
-  PATTERN "safe_c.h" EXCLUDE
-  PATTERN "string_helpers.h" EXCLUDE
-  PATTERN "type_registry.h" EXCLUDE)
+  FILES_MATCHING PATTERN "*.h")
 install(FILES ${VORN_GENERATED_INCLUDE_DIR}/vorn/version.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vorn COMPONENT development)
 

@@ -3,7 +3,7 @@
 #include "vorn/base.h"
 #include "vorn/criterion.h"
 #include "vorn/keywords.h"
-#include "vorn/platform/string_helpers.h"
+#include "exec/platform/string_helpers.h"
 #include "vorn/selector.h"
 
 using vorn::detail::appendConcat;

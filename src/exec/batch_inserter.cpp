@@ -5,7 +5,7 @@
 
 #include "vorn/keywords.h"
 #include "vorn/platform/logger.h"
-#include "vorn/platform/string_helpers.h"
+#include "exec/platform/string_helpers.h"
 
 BatchInserter::~BatchInserter() = default;
 

@@ -13,7 +13,7 @@
 #include "vorn/platform/data_access.h"
 #include "vorn/platform/logger.h"
 #include "vorn/platform/process.h"
-#include "vorn/platform/type_registry.h"
+#include "exec/platform/type_registry.h"
 #include "vorn/reader.h"
 
 namespace {

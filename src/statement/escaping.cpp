@@ -1,6 +1,6 @@
 #include "statement/escaping.h"
 
-#include "vorn/platform/string_helpers.h"
+#include "exec/platform/string_helpers.h"
 #include "vorn/sqlite_util.h"
 
 namespace vorn::detail {

@@ -6,7 +6,7 @@
 
 #include "vorn/keywords.h"
 #include "vorn/platform/logger.h"
-#include "vorn/platform/safe_c.h"
+#include "exec/platform/safe_c.h"
 
 namespace vorn::detail {
 

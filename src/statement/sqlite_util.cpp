@@ -3,7 +3,7 @@
 #include <ace/Guard_T.h>
 #include <ace/Semaphore.h>
 
-#include "vorn/platform/string_helpers.h"
+#include "exec/platform/string_helpers.h"
 
 // Load-time initialisation, in definition order: first the instance, then the
 // semaphore (ACE's defaults: count 1, thread scope, unnamed, maximum

@@ -13,7 +13,7 @@
 #include "vorn/datasource.h"
 #include "vorn/platform/data_access.h"
 #include "vorn/platform/error_codes.h"
-#include "vorn/platform/type_registry.h"
+#include "exec/platform/type_registry.h"
 
 namespace vorn::test {
 

@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "vorn/platform/type_registry.h"
+#include "exec/platform/type_registry.h"
 
 // This program must not register any type before the first test below: it
 // checks what concurrent first use does to a fresh process.

@@ -1,7 +1,7 @@
 // The container records the batch path reads a column through: its element
 // code, its length, and a forward walk over its elements. That each type gets
 // one record, however many callers ask at once: type_registry_first_use_test.cpp.
-#include "vorn/platform/type_registry.h"
+#include "exec/platform/type_registry.h"
 
 #include <gtest/gtest.h>
 

@@ -10,7 +10,7 @@
 #include "exec/dal/sql_lexer.h"
 #include "vorn/platform/data_access.h"
 #include "vorn/platform/error_codes.h"
-#include "vorn/platform/type_registry.h"
+#include "exec/platform/type_registry.h"
 
 namespace vorn::dal {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "vorn/platform/error_codes.h"
-#include "vorn/platform/type_registry.h"
+#include "exec/platform/type_registry.h"
 
 namespace vorn::dal {
 namespace {

@@ -1,4 +1,4 @@
-#include "vorn/platform/safe_c.h"
+#include "exec/platform/safe_c.h"
 
 #include <cerrno>
 #include <cstdarg>

@@ -1,4 +1,4 @@
-#include "vorn/platform/string_helpers.h"
+#include "exec/platform/string_helpers.h"
 
 namespace vorn::platform {
 

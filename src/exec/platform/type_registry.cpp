@@ -1,4 +1,4 @@
-#include "vorn/platform/type_registry.h"
+#include "exec/platform/type_registry.h"
 
 #include <atomic>
 #include <mutex>

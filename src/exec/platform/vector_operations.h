@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "vorn/platform/type_registry.h"
+#include "exec/platform/type_registry.h"
 
 namespace vorn::platform::detail {
 

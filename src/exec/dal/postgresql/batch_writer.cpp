@@ -8,7 +8,7 @@
 #include "exec/dal/postgresql/statement_kind.h"
 #include "exec/dal/postgresql/value_text.h"
 #include "vorn/platform/error_codes.h"
-#include "vorn/platform/type_registry.h"
+#include "exec/platform/type_registry.h"
 
 namespace vorn::dal {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "exec/dal/postgresql/errors.h"
-#include "vorn/platform/type_registry.h"
+#include "exec/platform/type_registry.h"
 
 namespace vorn::dal {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "exec/dal/backend.h"
 #include "vorn/platform/error_codes.h"
-#include "vorn/platform/type_registry.h"
+#include "exec/platform/type_registry.h"
 
 namespace vorn::dal {
 
