@@ -66,12 +66,13 @@ class VORN_API CVORNSelector : public CVORNBase {
   private:
     // Each clause keeps only what varies; toString() writes the keywords.
     std::string m_columns;
-    std::string m_orderBy;             // " order by " and the keys, ',' between them
+    std::string m_orderBy;             // the order keys, ',' between them, when m_hasOrderBy
     vorn::detail::InlineText m_where;  // the condition's text, when m_hasWhere
     std::string m_distinct;
     std::string m_compound;
     unsigned int m_limitCount = 0;
     unsigned int m_limitOffset = 0;
     bool m_hasWhere = false;
+    bool m_hasOrderBy = false;  // set by the first orderBy(), whatever its key
     bool m_hasLimit = false;
 };

@@ -59,10 +59,11 @@ void CVORNSelector::distinct() {
 
 void CVORNSelector::orderBy(const std::string& column, bool ascending) {
     std::string storage;
-    // The first call writes the keyword whatever its key, even an empty one;
-    // ascending is the engine's default and is never written.
-    appendConcat(m_orderBy, {m_orderBy.empty() ? vorn::sql::kOrderBy : ","sv,
-                             escaped(column, storage), ascending ? ""sv : vorn::sql::kDesc});
+    // The clause starts at the first call whatever its key, even an empty
+    // one; ascending is the engine's default and is never written.
+    appendConcat(m_orderBy, {m_hasOrderBy ? ","sv : ""sv, escaped(column, storage),
+                             ascending ? ""sv : vorn::sql::kDesc});
+    m_hasOrderBy = true;
 }
 
 void CVORNSelector::orderBy(const CVORNColumn& column, bool ascending) {
@@ -92,12 +93,13 @@ std::string CVORNSelector::toString() const {
     const std::string_view columns =
         m_columns.empty() ? vorn::sql::kStar : std::string_view(m_columns);
     const std::string_view where = m_hasWhere ? vorn::sql::kWhere : std::string_view();
+    const std::string_view orderBy = m_hasOrderBy ? vorn::sql::kOrderBy : std::string_view();
     const std::string_view limit = m_hasLimit ? vorn::sql::kLimit : std::string_view();
     const std::string_view offset = m_hasLimit ? vorn::sql::kOffset : std::string_view();
     const DecimalText count(m_limitCount);
     const DecimalText start(m_limitOffset);
     return concat({m_attachSQL, vorn::sql::kSelect, m_distinct, columns, vorn::sql::kFrom,
-                   m_tableList, where, m_where.view(), m_compound, m_orderBy, limit,
+                   m_tableList, where, m_where.view(), m_compound, orderBy, m_orderBy, limit,
                    m_hasLimit ? std::string_view(count) : std::string_view(), offset,
                    m_hasLimit ? std::string_view(start) : std::string_view(), m_detachSQL});
 }
@@ -111,6 +113,7 @@ void CVORNSelector::clear() {
     m_attachSQL.clear();
     m_detachSQL.clear();
     m_hasWhere = false;
+    m_hasOrderBy = false;
     m_hasLimit = false;
     m_compound.clear();
 }
