@@ -1,9 +1,9 @@
+#include "exec/platform/string_helpers.h"
 #include "statement/escaping.h"
 #include "statement/text_concat.h"
 #include "vorn/base.h"
 #include "vorn/criterion.h"
 #include "vorn/keywords.h"
-#include "exec/platform/string_helpers.h"
 #include "vorn/selector.h"
 
 using vorn::detail::appendConcat;

@@ -3,9 +3,9 @@
 #include <stdexcept>
 #include <utility>
 
+#include "exec/platform/string_helpers.h"
 #include "vorn/keywords.h"
 #include "vorn/platform/logger.h"
-#include "exec/platform/string_helpers.h"
 
 BatchInserter::~BatchInserter() = default;
 

@@ -6,6 +6,7 @@
 
 #include "exec/dal/write_once.h"
 #include "exec/diagnostics/call_record.h"
+#include "exec/platform/type_registry.h"
 #include "vorn/batch_inserter.h"
 #include "vorn/bound_statement.h"
 #include "vorn/database.h"
@@ -13,7 +14,6 @@
 #include "vorn/platform/data_access.h"
 #include "vorn/platform/logger.h"
 #include "vorn/platform/process.h"
-#include "exec/platform/type_registry.h"
 #include "vorn/reader.h"
 
 namespace {

@@ -4,9 +4,9 @@
 
 #include <cstring>
 
+#include "exec/platform/safe_c.h"
 #include "vorn/keywords.h"
 #include "vorn/platform/logger.h"
-#include "exec/platform/safe_c.h"
 
 namespace vorn::detail {
 

@@ -8,12 +8,12 @@
 #include <thread>
 #include <vector>
 
+#include "exec/platform/type_registry.h"
 #include "scratch_dir.h"
 #include "test_backend.h"
 #include "vorn/datasource.h"
 #include "vorn/platform/data_access.h"
 #include "vorn/platform/error_codes.h"
-#include "exec/platform/type_registry.h"
 
 namespace vorn::test {
 

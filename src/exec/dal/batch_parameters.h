@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "exec/dal/sql_lexer.h"
+#include "exec/platform/type_registry.h"
 #include "vorn/platform/data_access.h"
 #include "vorn/platform/error_codes.h"
-#include "exec/platform/type_registry.h"
 
 namespace vorn::dal {
 

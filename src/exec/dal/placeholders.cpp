@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "vorn/platform/error_codes.h"
 #include "exec/platform/type_registry.h"
+#include "vorn/platform/error_codes.h"
 
 namespace vorn::dal {
 namespace {

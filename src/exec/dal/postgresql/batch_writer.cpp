@@ -7,8 +7,8 @@
 #include "exec/dal/postgresql/pipeline.h"
 #include "exec/dal/postgresql/statement_kind.h"
 #include "exec/dal/postgresql/value_text.h"
-#include "vorn/platform/error_codes.h"
 #include "exec/platform/type_registry.h"
+#include "vorn/platform/error_codes.h"
 
 namespace vorn::dal {
 namespace {

@@ -81,7 +81,8 @@ void PgStream::takeRest() {
     ExecResult status;
     while (receive(row, status)) {
         if (!append(std::move(row))) {
-            status = pgFailure(pgstate::kOutOfMemory, "out of memory while keeping the rest of a read");
+            status =
+                pgFailure(pgstate::kOutOfMemory, "out of memory while keeping the rest of a read");
             while (m_link->nextIncoming()) {
             }
             break;

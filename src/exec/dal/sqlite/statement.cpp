@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "exec/dal/backend.h"
-#include "vorn/platform/error_codes.h"
 #include "exec/platform/type_registry.h"
+#include "vorn/platform/error_codes.h"
 
 namespace vorn::dal {
 
