@@ -12,13 +12,13 @@
 namespace vorn::dal {
 
 // A connection to a PostgreSQL server, as the thread's connection cache keeps
-// it (one per thread and session name). It owns the three parts that work on
-// the wire (PgLink): the read path, shared with the cursors of open reads,
-// and the batch writer. Every call first settles the link (a read still
-// streaming on the connection takes the rest of its rows in, the answer of a
-// command sent ahead is read), so it meets exactly the caller's state. A
-// statement is classified once per call (PgStatementKind), and the kind goes
-// down to the parts that need it.
+// it (one per thread and session name). It holds its wire (PgLink, through
+// its gate) and the parts that work on it: the read path, shared with the
+// cursors of open reads, and the batch writer. Every call first settles the
+// link (a read still streaming on the connection takes the rest of its rows
+// in, the answer of a command sent ahead is read), so it meets exactly the
+// caller's state. A statement is classified once per call (PgStatementKind),
+// and the kind goes down to the parts that need it.
 //
 // Inside the caller's transaction each statement runs in a savepoint
 // (vorn_statement_rollback, on by default), so a failing statement undoes only

@@ -85,9 +85,7 @@ class PgStreamGate : public PgGate {
                               PgTakenRows* rest) const {
         return wire().sendStreamed(sql, params, rest);
     }
-    bool incomingFrom(const PgTakenRows* rest) const noexcept {
-        return wire().incomingFrom(rest);
-    }
+    bool incomingFrom(const PgTakenRows* rest) const noexcept { return wire().incomingFrom(rest); }
     bool receive(PgResult& row, platform::ExecResult& status) const {
         return wire().receive(row, status);
     }

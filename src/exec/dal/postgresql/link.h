@@ -114,8 +114,7 @@ class PgLink {
     // Runs copySql (COPY ... FROM STDIN) with the rows feed() writes, inside a
     // savepoint when the caller's transaction is open (a COPY is atomic by
     // itself otherwise). sql is the caller's statement, for the error.
-    platform::ExecResult runCopy(const std::string& copySql, PgCopyFeed feed,
-                                 std::string_view sql);
+    platform::ExecResult runCopy(const std::string& copySql, PgCopyFeed feed, std::string_view sql);
     platform::ExecResult lostFailure() const;
 
     // Readies the connection for any call: the failure of a lost connection,

@@ -97,8 +97,7 @@ void PgLink::dropAhead(const std::string& tag) {
 // keeps single-row mode on past the end of a query until it moves to the next
 // command of a pipeline, and would otherwise apply it to the first command of
 // the next unit.
-ExecResult PgLink::sendStreamed(const std::string& sql, const PgParams& params,
-                                PgTakenRows* rest) {
+ExecResult PgLink::sendStreamed(const std::string& sql, const PgParams& params, PgTakenRows* rest) {
     ExecResult status = readyToSend();
     if (!status.ok()) {
         return status;
@@ -136,8 +135,8 @@ void PgLink::finishIncoming(PgResult last, ExecResult& status) {
         if (answer == PGRES_TUPLES_OK || answer == PGRES_COMMAND_OK) {
             complete = true;
         } else if (status.ok()) {
-            status = failureOf(last.get(), PQstatus(m_conn) == CONNECTION_BAD, m_incomingSql,
-                               false);
+            status =
+                failureOf(last.get(), PQstatus(m_conn) == CONNECTION_BAD, m_incomingSql, false);
         }
         last = nextIncoming();
     }
@@ -153,7 +152,8 @@ void PgLink::takeRest() {
     ExecResult status;
     while (receive(row, status)) {
         if (!rest.append(std::move(row))) {
-            status = pgFailure(pgstate::kOutOfMemory, "out of memory while keeping the rest of a read");
+            status =
+                pgFailure(pgstate::kOutOfMemory, "out of memory while keeping the rest of a read");
             while (nextIncoming()) {
             }
             break;

@@ -91,7 +91,7 @@ ExecResult PgReads::fetch(const PgCursorSlot& slot, PgChunk& chunk) {
     PgChunk next;
     next.requested = chunk.nextRequest(m_link.settings().maxFetchRows);
     status = m_link.runOne(fetchGuard() ? PgScope::Savepoint : PgScope::None,
-                            fetchCommand(next.requested, slot.name), &next.result);
+                           fetchCommand(next.requested, slot.name), &next.result);
     if (!status.ok()) {
         return status;
     }
