@@ -7,7 +7,10 @@ namespace vorn::dal {
 
 // The quoting rules of one store's SQL. Every dialect knows '...' texts with
 // '' inside, "..." identifiers, -- comments to the end of the line and
-// /* ... */ comments; the rest differs.
+// /* ... */ comments; the rest differs. A dialect sets the rules it has by
+// name, each one on its own line, starting from a default SqlDialect (see
+// kPostgresDialect, kSqliteDialect): a list of bare booleans says nothing
+// about which rule is which.
 struct SqlDialect {
     bool escapeStrings = false;       // E'...' with backslash escapes (PostgreSQL)
     bool dollarQuotes = false;        // $$...$$ and $tag$...$tag$ (PostgreSQL)

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "exec/dal/postgresql/insert_rewrite.h"
-#include "exec/dal/postgresql/link.h"
 #include "exec/dal/postgresql/pipeline.h"
 
 namespace vorn::dal {
@@ -82,10 +81,10 @@ ExecResult PgBatchPlanner::chooseForms(const std::string& text, PgBatchPlan& pla
     return status;
 }
 
-ExecResult PgBatchPlanner::ask(const Send& send, const Read& read, const std::string& text) {
+ExecResult PgBatchPlanner::ask(Send send, Read read, const std::string& text) {
     std::size_t index = 0;
     return m_link.runUnit(
-        m_link.unitScope(PgLink::Scope::None),
+        m_link.unitScope(PgScope::None),
         [&](PgPipeline& p) {
             index = send(p);
             return ExecResult();

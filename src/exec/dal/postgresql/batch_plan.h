@@ -3,16 +3,17 @@
 #include <libpq-fe.h>
 
 #include <cstddef>
-#include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "exec/dal/postgresql/function_ref.h"
+#include "exec/dal/postgresql/gates.h"
 #include "vorn/platform/data_access.h"
 
 namespace vorn::dal {
 
-class PgLink;
 class PgPipeline;
 
 // How one batch statement goes to the server (see PgBatchWriter).
@@ -30,7 +31,7 @@ struct PgBatchPlan {
 // whether COPY may stand in for the INSERT.
 class PgBatchPlanner {
   public:
-    explicit PgBatchPlanner(PgLink& link) noexcept : m_link(link) {}
+    explicit PgBatchPlanner(std::shared_ptr<PgLink> link) noexcept : m_link(std::move(link)) {}
 
     bool has(const std::string& text) const { return m_plans.count(text) != 0; }
     // The plan of text, made now if it is not kept yet.
@@ -39,19 +40,19 @@ class PgBatchPlanner {
     void forget(const std::string& text) { m_plans.erase(text); }
 
   private:
-    using Send = std::function<std::size_t(PgPipeline&)>;
-    using Read = std::function<void(const PGresult*)>;
+    using Send = PgFunctionRef<std::size_t(PgPipeline&)>;
+    using Read = PgFunctionRef<void(const PGresult*)>;
 
     // Sends one command whose result read() sees; text is the batch's
     // statement, for the error.
-    platform::ExecResult ask(const Send& send, const Read& read, const std::string& text);
+    platform::ExecResult ask(Send send, Read read, const std::string& text);
     platform::ExecResult describe(const std::string& text, PgBatchPlan& plan);
     platform::ExecResult lookUpArrayTypes(const std::vector<Oid>& types, const std::string& text);
     platform::ExecResult copyAllowed(const std::string& relation, const std::string& text,
                                      bool& allowed);
     platform::ExecResult chooseForms(const std::string& text, PgBatchPlan& plan);
 
-    PgLink& m_link;
+    PgPlannerGate m_link;
     std::map<std::string, PgBatchPlan> m_plans;
     std::map<Oid, Oid> m_arrayTypes;
 };

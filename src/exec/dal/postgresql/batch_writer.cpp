@@ -3,7 +3,6 @@
 #include "exec/dal/postgresql/array_literal.h"
 #include "exec/dal/postgresql/copy_stream.h"
 #include "exec/dal/postgresql/errors.h"
-#include "exec/dal/postgresql/link.h"
 #include "exec/dal/postgresql/pipeline.h"
 #include "exec/dal/postgresql/statement_kind.h"
 #include "exec/dal/postgresql/value_text.h"
@@ -14,7 +13,6 @@ namespace vorn::dal {
 namespace {
 
 using platform::ExecResult;
-using Scope = PgLink::Scope;
 namespace typecode = platform::typecode;
 
 constexpr Oid kFloat4Oid = 700;
@@ -134,7 +132,7 @@ ExecResult PgBatchWriter::runUnnest(const Job& job) {
         chunkRows = 0;
     };
     return m_link.runUnit(
-        m_link.unitScope(Scope::Transaction),
+        m_link.unitScope(PgScope::Transaction),
         [&](PgPipeline& p) {
             ValueBuffer buffer;
             return job.parameters.forEachRow(
@@ -163,7 +161,7 @@ ExecResult PgBatchWriter::runRows(const std::string& text, const Job& job) {
     std::vector<const char*> values(columns);
     std::vector<int> lengths(columns);
     return m_link.runUnit(
-        m_link.unitScope(Scope::Transaction),
+        m_link.unitScope(PgScope::Transaction),
         [&](PgPipeline& p) {
             p.prepare("", text);
             return job.parameters.forEachRow(

@@ -1,20 +1,20 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "exec/dal/batch_parameters.h"
 #include "exec/dal/postgresql/batch_plan.h"
+#include "exec/dal/postgresql/gates.h"
 #include "vorn/platform/data_access.h"
 
 namespace vorn::dal {
 
-class PgLink;
-
 // Runs batches on one PostgreSQL connection, in one round trip per batch and
 // atomically: inside the caller's transaction in a savepoint, otherwise in a
 // transaction of its own, so a failing row leaves no row of the batch behind.
-// It works through the link alone; the connection releases its reads first.
+// It works through the link alone; the connection settles the link first.
 //
 // The "{key}" placeholders become $n parameters, whose types the server infers
 // (the statement is prepared and described once per connection and text, see
@@ -31,7 +31,7 @@ class PgLink;
 // Values travel as text (see pgValueText).
 class PgBatchWriter {
   public:
-    explicit PgBatchWriter(PgLink& link) noexcept : m_link(link), m_planner(link) {}
+    explicit PgBatchWriter(const std::shared_ptr<PgLink>& link) : m_link(link), m_planner(link) {}
 
     platform::ExecResult run(const std::string& sql, const BatchParameters& parameters);
 
@@ -49,7 +49,7 @@ class PgBatchWriter {
     platform::ExecResult runUnnest(const Job& job);
     platform::ExecResult runRows(const std::string& text, const Job& job);
 
-    PgLink& m_link;
+    PgBatchGate m_link;
     PgBatchPlanner m_planner;
 };
 

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "exec/dal/placeholders.h"
-#include "exec/dal/postgresql/link.h"
+#include "exec/dal/postgresql/params.h"
 #include "exec/dal/postgresql/value_text.h"
 #include "vorn/platform/data_access.h"
 

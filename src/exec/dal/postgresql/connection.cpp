@@ -7,7 +7,6 @@
 #include "exec/dal/postgresql/cursor.h"
 #include "exec/dal/postgresql/errors.h"
 #include "exec/dal/postgresql/statement_kind.h"
-#include "exec/dal/postgresql/stream.h"
 #include "exec/platform/secret_mask.h"
 #include "vorn/platform/logger.h"
 
@@ -29,12 +28,12 @@ std::vector<std::string> secretsOf(const std::string& url) {
 
 // What cannot go to the server as it is: text with a NUL byte (libpq would
 // send only what comes before it, silently dropping the rest; on SQLite such
-// text is a second statement too), and COPY's data streams.
-ExecResult refusal(const std::string& sql) {
+// text is a second statement too), and COPY's data streams (kind is sql's).
+ExecResult refusal(const std::string& sql, PgStatementKind kind) {
     if (sql.find('\0') != std::string::npos) {
         return secondStatementRefused();
     }
-    if (classifyPgStatement(sql) == PgStatementKind::CopyStream) {
+    if (kind == PgStatementKind::CopyStream) {
         return pgFailure(pgstate::kFeatureNotSupported,
                          "COPY FROM STDIN and COPY TO STDOUT are not supported through this "
                          "interface; use a batch insert");
@@ -46,22 +45,22 @@ ExecResult refusal(const std::string& sql) {
 
 std::unique_ptr<PgConnection> PgConnection::open(const PgSettings& settings, const std::string& url,
                                                  ExecResult& status) {
-    std::shared_ptr<PgLink> link = PgLink::open(settings, secretsOf(url), status);
+    const std::shared_ptr<PgLink> link = PgLink::open(settings, secretsOf(url), status);
     if (!link) {
         return nullptr;
     }
-    return std::unique_ptr<PgConnection>(new PgConnection(std::move(link)));
+    return std::unique_ptr<PgConnection>(new PgConnection(link));
 }
 
 ExecResult PgConnection::control(const char* sql, PgResult* kept) {
-    ExecResult status = m_reads->release();
+    ExecResult status = m_link.settle();
     if (!status.ok()) {
         return status;
     }
     // The server only warns of a BEGIN inside a transaction and of a COMMIT
     // or ROLLBACK outside one, and the call succeeds. Transaction calls write
     // no log line, whatever their outcome.
-    return m_link->runOne(PgLink::Scope::None, sql, kept);
+    return m_link.runOne(PgScope::None, sql, kept);
 }
 
 ExecResult PgConnection::begin() {
@@ -96,16 +95,14 @@ ExecResult PgConnection::executeBound(const std::string& sql,
 }
 
 ExecResult PgConnection::write(const std::string& sql, const PgParams& params) {
-    ExecResult status = refusal(sql);
-    if (!status.ok()) {
-        return status;
-    }
-    status = m_reads->release();
+    const PgStatementKind kind = classifyPgStatement(sql);
+    ExecResult status = refusal(sql, kind);
+    status = status.ok() ? m_link.settle() : status;
     if (!status.ok()) {
         return status;
     }
     PgResult result;
-    status = m_link->runOne(m_link->statementScope(sql), sql, &result, params);
+    status = m_link.runOne(m_link.statementScope(kind), sql, &result, params);
     if (status.ok() && result) {
         status.setRows(std::strtoull(PQcmdTuples(result.get()), nullptr, 10));
     }
@@ -128,7 +125,8 @@ ExecResult PgConnection::queryBound(const std::string& sql,
 ExecResult PgConnection::read(const std::string& sql, const PgParams& params,
                               std::unique_ptr<Cursor>& cursor) {
     cursor.reset();
-    ExecResult status = refusal(sql);
+    const PgStatementKind kind = classifyPgStatement(sql);
+    ExecResult status = refusal(sql, kind);
     if (!status.ok()) {
         return status;
     }
@@ -137,51 +135,50 @@ ExecResult PgConnection::read(const std::string& sql, const PgParams& params,
     // of another read, say) has been read. A loss met by a streaming read
     // there cost no transaction (none is open while a read streams): this
     // read may still run on a new connection.
-    const bool streamed = m_link->streaming();
-    m_link->settle();
-    const bool retryable = (!m_link->broken() || streamed) && !m_link->callerTransactionOpen() &&
-                           classifyPgStatement(sql) == PgStatementKind::CursorQuery;
-    status = openRead(sql, params, cursor);
-    if (status.ok() || !retryable || !m_link->broken() || !reconnect()) {
+    const bool streamed = m_link.streaming();
+    status = m_link.settle();
+    const bool retryable = (!m_link.broken() || streamed) && !m_link.callerTransactionOpen() &&
+                           kind == PgStatementKind::CursorQuery;
+    if (status.ok()) {
+        status = openRead(sql, kind, params, cursor);
+    }
+    if (status.ok() || !retryable || !m_link.broken() || !reconnect()) {
         return status;
     }
     platform::Logger::info({"PgConnection", "query", __LINE__},
                            "the connection to the PostgreSQL server was lost before the read "
                            "returned a row; the read runs again on a new connection");
-    return openRead(sql, params, cursor);
+    return openRead(sql, kind, params, cursor);
 }
 
-ExecResult PgConnection::openRead(const std::string& sql, const PgParams& params,
-                                  std::unique_ptr<Cursor>& cursor) {
-    if (m_reads->streams(sql)) {
-        auto stream = std::make_shared<PgStream>(m_link);
-        PgResult first;
-        ExecResult status = stream->open(sql, params, first);
+ExecResult PgConnection::openRead(const std::string& sql, PgStatementKind kind,
+                                  const PgParams& params, std::unique_ptr<Cursor>& cursor) {
+    if (m_reads->streams(kind)) {
+        auto stream = std::make_unique<PgStreamCursor>(m_link.link());
+        ExecResult status = stream->open(sql, params);
         if (status.ok()) {
-            cursor = std::make_unique<PgCursor>(std::move(stream), std::move(first));
+            cursor = std::move(stream);
         }
         return status;
     }
     PgCursorSlot slot;
     PgChunk first;
-    ExecResult status = m_reads->open(sql, slot, first, params);
+    ExecResult status = m_reads->open(sql, kind, slot, first, params);
     if (status.ok()) {
-        cursor = std::make_unique<PgCursor>(m_reads, std::move(slot), std::move(first));
+        cursor = std::make_unique<PgServerCursor>(m_reads, std::move(slot), std::move(first));
     }
     return status;
 }
 
 bool PgConnection::reconnect() {
     ExecResult status;
-    std::shared_ptr<PgLink> link = m_link->reopen(status);
+    const std::shared_ptr<PgLink> link = m_link.reopen(status);
     if (!link) {
         return false;
     }
-    // The writer refers to the link it was made for: it goes first.
-    m_batchWriter.reset();
-    m_link = std::move(link);
-    m_reads = std::make_shared<PgReads>(m_link);
-    m_batchWriter.emplace(*m_link);
+    m_link = PgConnectionGate(link);
+    m_reads = std::make_shared<PgReads>(link);
+    m_batchWriter = PgBatchWriter(link);
     return true;
 }
 
@@ -189,8 +186,8 @@ ExecResult PgConnection::executeBatch(const std::string& sql, const BatchParamet
     if (sql.find('\0') != std::string::npos) {
         return secondStatementRefused();
     }
-    ExecResult status = m_reads->release();
-    return status.ok() ? m_batchWriter->run(sql, parameters) : status;
+    ExecResult status = m_link.settle();
+    return status.ok() ? m_batchWriter.run(sql, parameters) : status;
 }
 
 }  // namespace vorn::dal

@@ -1,23 +1,24 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "exec/dal/backend.h"
 #include "exec/dal/postgresql/batch_writer.h"
-#include "exec/dal/postgresql/link.h"
+#include "exec/dal/postgresql/gates.h"
 #include "exec/dal/postgresql/reads.h"
 #include "exec/dal/postgresql/settings.h"
 
 namespace vorn::dal {
 
 // A connection to a PostgreSQL server, as the thread's connection cache keeps
-// it (one per thread and session name). It owns the three parts that work on
-// the wire (PgLink): the read path, shared with the cursors of open reads,
-// and the batch writer. Every call first has a read still streaming on the
-// connection take the rest of its rows in (PgReads::release, PgLink::settle),
-// so it meets exactly the caller's state.
+// it (one per thread and session name). It holds its wire (PgLink, through
+// its gate) and the parts that work on it: the read path, shared with the
+// cursors of open reads, and the batch writer. Every call first settles the
+// link (a read still streaming on the connection takes the rest of its rows
+// in, the answer of a command sent ahead is read), so it meets exactly the
+// caller's state. A statement is classified once per call (PgStatementKind),
+// and the kind goes down to the parts that need it.
 //
 // Inside the caller's transaction each statement runs in a savepoint
 // (vorn_statement_rollback, on by default), so a failing statement undoes only
@@ -51,29 +52,27 @@ class PgConnection final : public Connection {
                                     std::unique_ptr<Cursor>& cursor) override;
     platform::ExecResult executeBatch(const std::string& sql,
                                       const BatchParameters& parameters) override;
-    bool usable() const override { return !m_link->broken(); }
+    bool usable() const override { return !m_link.broken(); }
     // The caller's transaction; the read path's own closes with its reads.
-    bool inTransaction() const override { return m_link->callerTransactionOpen(); }
+    bool inTransaction() const override { return m_link.callerTransactionOpen(); }
 
   private:
-    explicit PgConnection(std::shared_ptr<PgLink> link)
-        : m_link(std::move(link)),
-          m_reads(std::make_shared<PgReads>(m_link)),
-          m_batchWriter(std::in_place, *m_link) {}
+    explicit PgConnection(const std::shared_ptr<PgLink>& link)
+        : m_link(link), m_reads(std::make_shared<PgReads>(link)), m_batchWriter(link) {}
 
     platform::ExecResult control(const char* sql, PgResult* kept = nullptr);
     platform::ExecResult write(const std::string& sql, const PgParams& params);
     platform::ExecResult read(const std::string& sql, const PgParams& params,
                               std::unique_ptr<Cursor>& cursor);
-    platform::ExecResult openRead(const std::string& sql, const PgParams& params,
-                                  std::unique_ptr<Cursor>& cursor);
+    platform::ExecResult openRead(const std::string& sql, PgStatementKind kind,
+                                  const PgParams& params, std::unique_ptr<Cursor>& cursor);
     // Moves to a new connection; the cursors of reads still open keep the
     // lost one, and fail on it. False (nothing changed) when connecting fails.
     bool reconnect();
 
-    std::shared_ptr<PgLink> m_link;
+    PgConnectionGate m_link;
     std::shared_ptr<PgReads> m_reads;
-    std::optional<PgBatchWriter> m_batchWriter;
+    PgBatchWriter m_batchWriter;
 };
 
 }  // namespace vorn::dal

@@ -1,5 +1,6 @@
 #include "exec/dal/postgresql/link.h"
 
+#include <string>
 #include <utility>
 
 #include "exec/dal/postgresql/connect.h"
@@ -7,7 +8,6 @@
 #include "exec/dal/postgresql/errors.h"
 #include "exec/dal/postgresql/pipeline.h"
 #include "exec/dal/postgresql/session_mode.h"
-#include "exec/dal/postgresql/statement_kind.h"
 #include "exec/platform/secret_mask.h"
 #include "vorn/platform/error_codes.h"
 #include "vorn/platform/logger.h"
@@ -55,7 +55,7 @@ std::shared_ptr<PgLink> PgLink::open(const PgSettings& settings, std::vector<std
     std::shared_ptr<PgLink> link(new PgLink(conn, settings, std::move(secrets)));
     status = link->keepSessionMode();
     if (status.ok() && PQserverVersion(conn) < kShortestFloatServer) {
-        status = link->runOne(Scope::None, "SET extra_float_digits = 3");
+        status = link->runOne(PgScope::None, "SET extra_float_digits = 3");
     }
     if (!status.ok()) {
         return nullptr;
@@ -68,15 +68,15 @@ std::shared_ptr<PgLink> PgLink::reopen(ExecResult& status) const {
     return open(m_settings, m_secrets, status);
 }
 
-bool PgLink::inTransaction() const {
+bool PgLink::callerTransactionOpen() const {
     const PGTransactionStatusType status = PQtransactionStatus(m_conn);
     return status == PQTRANS_INTRANS || status == PQTRANS_INERROR;
 }
 
-PgLink::Scope PgLink::statementScope(std::string_view sql) const {
+PgScope PgLink::statementScope(PgStatementKind kind) const {
     const bool guard = m_settings.statementRollback && callerTransactionOpen() &&
-                       classifyPgStatement(sql) != PgStatementKind::TransactionControl;
-    return guard ? Scope::Savepoint : Scope::None;
+                       kind != PgStatementKind::TransactionControl;
+    return guard ? PgScope::Savepoint : PgScope::None;
 }
 
 ExecResult PgLink::lostFailure() const {
@@ -107,11 +107,8 @@ ExecResult PgLink::failureOf(const PGresult* failure, bool connectionFailed, std
 // the SETs would be undone with a failing unit, and would keep statements that
 // refuse to run in a pipeline (VACUUM, CREATE DATABASE, ...) from running.
 ExecResult PgLink::readyToSend() {
-    if (m_broken) {
-        return lostFailure();
-    }
-    settle();
-    return keepSessionMode();
+    ExecResult status = settle();
+    return status.ok() ? keepSessionMode() : status;
 }
 
 ExecResult PgLink::keepSessionMode() {
@@ -134,10 +131,10 @@ TransactionScope::Run PgLink::controlRunner() {
 }
 
 ExecResult PgLink::runControl(const char* sql) {
-    return m_broken ? lostFailure() : runOne(Scope::None, sql);
+    return m_broken ? lostFailure() : runOne(PgScope::None, sql);
 }
 
-ExecResult PgLink::runUnit(Scope scopeKind, const PgFill& fill, const PgCollect& collect,
+ExecResult PgLink::runUnit(PgScope scopeKind, PgFill fill, PgCollect collect,
                            std::string_view sql) {
     ExecResult ready = readyToSend();
     if (!ready.ok()) {
@@ -170,7 +167,7 @@ ExecResult PgLink::runUnit(Scope scopeKind, const PgFill& fill, const PgCollect&
     return filled;
 }
 
-ExecResult PgLink::runOne(Scope scope, const std::string& sql, PgResult* kept,
+ExecResult PgLink::runOne(PgScope scope, const std::string& sql, PgResult* kept,
                           const PgParams& params) {
     std::size_t index = 0;
     return runUnit(
@@ -189,7 +186,7 @@ ExecResult PgLink::runOne(Scope scope, const std::string& sql, PgResult* kept,
 }
 
 // Feeds the rows of a COPY that the server has accepted, and ends it.
-ExecResult PgLink::feedCopy(const PgCopyFeed& feed, bool& sent, PgResult& result) {
+ExecResult PgLink::feedCopy(PgCopyFeed feed, bool& sent, PgResult& result) {
     PgCopyStream stream(m_conn);
     const ExecResult fed = feed(stream);
     sent = stream.finish();
@@ -201,14 +198,13 @@ ExecResult PgLink::feedCopy(const PgCopyFeed& feed, bool& sent, PgResult& result
     return sent ? fed : ExecResult();
 }
 
-ExecResult PgLink::runCopy(const std::string& copySql, const PgCopyFeed& feed,
-                           std::string_view sql) {
+ExecResult PgLink::runCopy(const std::string& copySql, PgCopyFeed feed, std::string_view sql) {
     ExecResult ready = readyToSend();  // the rows travel in the client encoding
     if (!ready.ok()) {
         return ready;
     }
     const bool callerTransaction = callerTransactionOpen();
-    TransactionScope scope(unitScope(Scope::None), controlRunner());
+    TransactionScope scope(unitScope(PgScope::None), controlRunner());
     ExecResult status = scope.begin();
     if (!status.ok()) {
         return status;
@@ -228,140 +224,6 @@ ExecResult PgLink::runCopy(const std::string& copySql, const PgCopyFeed& feed,
         status = failureOf(nullptr, true, sql, callerTransaction);
     }
     return status.ok() ? scope.commit() : status;
-}
-
-bool PgLink::sendAhead(const std::string& sql, const std::string& tag) {
-    settle();
-    if (m_broken || (!tag.empty() && !m_ahead.tag.empty())) {
-        return false;
-    }
-    if (sendQuery(m_conn, sql) != 1) {
-        m_broken = m_broken || PQstatus(m_conn) == CONNECTION_BAD;
-        return false;
-    }
-    m_wire = tag.empty() ? Wire::Discard : Wire::Keep;
-    if (!tag.empty()) {
-        m_ahead.tag = tag;
-        m_ahead.callerTransaction = callerTransactionOpen();
-    }
-    return true;
-}
-
-void PgLink::settle() {
-    if (m_incoming != nullptr) {
-        m_incoming->takeRest();  // reads up to the end, which clears m_incoming
-    }
-    if (m_wire == Wire::Free) {
-        return;
-    }
-    const bool keep = m_wire == Wire::Keep;
-    m_wire = Wire::Free;
-    PgResult first;
-    while (PGresult* result = PQgetResult(m_conn)) {
-        if (keep && !first) {
-            first = PgResult(result);
-        } else {
-            PQclear(result);
-        }
-    }
-    const bool lost = PQstatus(m_conn) == CONNECTION_BAD;
-    if (!keep) {
-        m_broken = m_broken || lost;
-        return;
-    }
-    const ExecStatusType answered = first.status();
-    if ((answered == PGRES_TUPLES_OK || answered == PGRES_COMMAND_OK) && !lost) {
-        m_ahead.result = std::move(first);
-        m_ahead.status = ExecResult();
-        return;
-    }
-    m_ahead.result = PgResult();
-    m_ahead.status = failureOf(first.get(), lost, "", m_ahead.callerTransaction);
-}
-
-// The read goes out as a pipeline of its own (the query and a Sync): libpq
-// keeps single-row mode on past the end of a query until it moves to the next
-// command of a pipeline, and would otherwise apply it to the first command of
-// the next unit.
-ExecResult PgLink::sendStreamed(const std::string& sql, const PgParams& params, PgIncoming* owner) {
-    ExecResult status = readyToSend();
-    if (!status.ok()) {
-        return status;
-    }
-    const bool sent = PQenterPipelineMode(m_conn) == 1 &&
-                      PQsendQueryParams(m_conn, sql.c_str(), params.count, nullptr, params.values,
-                                        params.lengths, nullptr, 0) == 1 &&
-                      PQsetSingleRowMode(m_conn) == 1 && PQpipelineSync(m_conn) == 1;
-    if (!sent) {
-        // Whatever went out, the connection's state is no longer known.
-        status = failureOf(nullptr, true, sql, false);
-        m_broken = true;
-        return status;
-    }
-    m_incoming = owner;
-    return status;
-}
-
-PgResult PgLink::nextIncoming() {
-    if (m_incoming == nullptr) {
-        return PgResult();
-    }
-    PgResult result(PQgetResult(m_conn));
-    if (!result) {
-        endIncoming();
-    }
-    return result;
-}
-
-// After the query's last result: reads the Sync's answer and leaves pipeline
-// mode, so that the connection is free.
-void PgLink::endIncoming() {
-    m_incoming = nullptr;
-    while (PGresult* result = PQgetResult(m_conn)) {
-        const bool synced = PQresultStatus(result) == PGRES_PIPELINE_SYNC;
-        PQclear(result);
-        if (synced) {
-            break;
-        }
-    }
-    if (PQstatus(m_conn) != CONNECTION_OK || PQexitPipelineMode(m_conn) != 1) {
-        m_broken = true;
-    }
-}
-
-void PgLink::cancelIncoming() {
-    if (m_incoming == nullptr || m_broken) {
-        return;
-    }
-    PGcancel* cancel = PQgetCancel(m_conn);
-    if (cancel != nullptr) {
-        char error[256];
-        // A cancel that does not arrive only leaves more rows to read.
-        (void)PQcancel(cancel, error, sizeof error);
-        PQfreeCancel(cancel);
-    }
-}
-
-ExecResult PgLink::streamFailure(const PGresult* failure, std::string_view sql) {
-    return failureOf(failure, PQstatus(m_conn) == CONNECTION_BAD, sql, false);
-}
-
-bool PgLink::takeAhead(const std::string& tag, PgResult& result, ExecResult& status) {
-    settle();
-    if (m_ahead.tag.empty() || m_ahead.tag != tag) {
-        return false;
-    }
-    result = std::move(m_ahead.result);
-    status = std::exchange(m_ahead.status, ExecResult());
-    m_ahead.tag.clear();
-    return true;
-}
-
-void PgLink::dropAhead(const std::string& tag) {
-    settle();
-    if (!m_ahead.tag.empty() && m_ahead.tag == tag) {
-        m_ahead = Ahead();
-    }
 }
 
 }  // namespace vorn::dal

@@ -2,14 +2,16 @@
 
 #include <libpq-fe.h>
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "exec/dal/postgresql/function_ref.h"
+#include "exec/dal/postgresql/params.h"
 #include "exec/dal/postgresql/result.h"
 #include "exec/dal/postgresql/settings.h"
+#include "exec/dal/postgresql/statement_kind.h"
 #include "exec/dal/transaction_scope.h"
 #include "vorn/platform/data_access.h"
 
@@ -17,47 +19,35 @@ namespace vorn::dal {
 
 class PgCopyStream;
 class PgPipeline;
+class PgTakenRows;
 
-// The text parameters of one command ($1, $2, ...); a null value is NULL.
-struct PgParams {
-    int count = 0;
-    const char* const* values = nullptr;
-    const int* lengths = nullptr;
-};
+using PgScope = TransactionScope::Kind;
 
 // Queues the commands of a unit; a failure makes runUnit undo the unit and
 // return it.
-using PgFill = std::function<platform::ExecResult(PgPipeline&)>;
+using PgFill = PgFunctionRef<platform::ExecResult(PgPipeline&)>;
 // Sees the pipeline of a unit that succeeded, to take its results.
-using PgCollect = std::function<void(PgPipeline&)>;
+using PgCollect = PgFunctionRef<void(PgPipeline&)>;
 // Writes the rows of a COPY; a failure makes runCopy cancel it and return it.
-using PgCopyFeed = std::function<platform::ExecResult(PgCopyStream&)>;
-
-// A read whose rows are still coming in on the connection (PgStream). Before
-// the link sends anything else, it has the read take the rest of its rows in.
-class PgIncoming {
-  public:
-    // Reads every result left of the read, through PgLink::nextIncoming, up
-    // to the null one that frees the connection.
-    virtual void takeRest() = 0;
-
-  protected:
-    PgIncoming() = default;
-    ~PgIncoming() = default;
-    PgIncoming(const PgIncoming&) = default;
-    PgIncoming& operator=(const PgIncoming&) = default;
-};
+using PgCopyFeed = PgFunctionRef<platform::ExecResult(PgCopyStream&)>;
 
 // One libpq connection: the wire that PgConnection, the read path (PgReads),
-// the batch writer and the cursors of open reads all talk through, and that
-// talks to none of them. It runs units of work (one pipeline, one round trip
-// each) and COPYs, holds at most one command whose answer is still to come,
-// and turns failures into results.
+// the streamed reads (PgStream) and the batch path (PgBatchWriter,
+// PgBatchPlanner) talk through, and that calls none of them. It runs units of
+// work (one pipeline, one round trip each) and COPYs, and turns failures into
+// results.
 //
-// A read may stream on the connection (sendStreamed): its rows come in one by
-// one as its reader asks for them, and any other use of the link (settle(),
-// which every unit, COPY and command sent ahead goes through) first has that
-// read take the rest of its rows into memory.
+// Each of those parts works on the link through a gate of its own (gates.h),
+// which shows it only what it uses; the link has no other public member. Every
+// part that works on a link shares its ownership: the cursors of open reads
+// keep the link they were opened on after the connection moved to a new one.
+//
+// Between two calls at most one thing occupies the wire (Occupant): the answer
+// of a command sent ahead, or a read whose rows are still coming in
+// (sendStreamed): they come one by one as its reader asks for them. Any other
+// use of the link first settles the wire: the answer is read, and the streamed
+// read's rest is taken into the read's PgTakenRows, from which its reader goes
+// on.
 //
 // Every statement goes through the extended query protocol, which runs
 // exactly one statement per text: a second one is refused by the server with
@@ -74,102 +64,113 @@ class PgIncoming {
 // connection cache opens a new one at the next call.
 class PgLink {
   public:
-    using Scope = TransactionScope::Kind;
-
     // Connects; null with status set on failure (code of SQLSTATE 08001).
     // secrets are masked out of every error text.
     static std::shared_ptr<PgLink> open(const PgSettings& settings,
                                         std::vector<std::string> secrets,
                                         platform::ExecResult& status);
-    // A new connection with the settings and secrets of this one.
-    std::shared_ptr<PgLink> reopen(platform::ExecResult& status) const;
     ~PgLink();
     PgLink(const PgLink&) = delete;
     PgLink& operator=(const PgLink&) = delete;
 
+  private:
+    friend class PgConnectionGate;
+    friend class PgReadsGate;
+    friend class PgStreamGate;
+    friend class PgBatchGate;
+    friend class PgPlannerGate;
+
+    PgLink(PGconn* conn, const PgSettings& settings, std::vector<std::string> secrets);
+
+    // A new connection with the settings and secrets of this one.
+    std::shared_ptr<PgLink> reopen(platform::ExecResult& status) const;
+
     bool broken() const noexcept { return m_broken; }
     const PgSettings& settings() const noexcept { return m_settings; }
     PGTransactionStatusType transactionStatus() const { return PQtransactionStatus(m_conn); }
-    bool inTransaction() const;
-
     // Every transaction open on the connection is the caller's: the library
     // keeps none of its own past a call.
-    bool callerTransactionOpen() const { return inTransaction(); }
+    bool callerTransactionOpen() const;
 
     // The scope for one statement of the caller's: a savepoint inside the
     // caller's transaction (vorn_statement_rollback), so that a failure undoes
     // only the statement, except for transaction control statements.
-    Scope statementScope(std::string_view sql) const;
+    PgScope statementScope(PgStatementKind kind) const;
     // The scope for a unit of the library's own work: a savepoint inside the
     // caller's transaction, otherwise outside.
-    Scope unitScope(Scope outside) const {
-        return callerTransactionOpen() ? Scope::Savepoint : outside;
+    PgScope unitScope(PgScope outside) const {
+        return callerTransactionOpen() ? PgScope::Savepoint : outside;
     }
 
     // Runs the commands fill() queues as one pipeline, made one unit as scope
-    // says. collect() sees the pipeline after success. sql is the caller's
-    // statement, for the error.
-    platform::ExecResult runUnit(Scope scope, const PgFill& fill, const PgCollect& collect,
+    // says. collect() (may be empty) sees the pipeline after success. sql is
+    // the caller's statement, for the error.
+    platform::ExecResult runUnit(PgScope scope, PgFill fill, PgCollect collect,
                                  std::string_view sql);
     // runUnit of one command, with params bound to its $n; kept, when
     // given, receives its result.
-    platform::ExecResult runOne(Scope scope, const std::string& sql, PgResult* kept = nullptr,
+    platform::ExecResult runOne(PgScope scope, const std::string& sql, PgResult* kept = nullptr,
                                 const PgParams& params = {});
     // Runs copySql (COPY ... FROM STDIN) with the rows feed() writes, inside a
     // savepoint when the caller's transaction is open (a COPY is atomic by
     // itself otherwise). sql is the caller's statement, for the error.
-    platform::ExecResult runCopy(const std::string& copySql, const PgCopyFeed& feed,
-                                 std::string_view sql);
+    platform::ExecResult runCopy(const std::string& copySql, PgCopyFeed feed, std::string_view sql);
     platform::ExecResult lostFailure() const;
+
+    // Readies the connection for any call: the failure of a lost connection,
+    // else the wire settled (see drain), so that the transaction state is the
+    // caller's. The one way every part settles the connection.
+    platform::ExecResult settle();
 
     // Sends a command without waiting for its answer. With an empty tag the
     // answer is read and thrown away by the next call; otherwise it is kept
     // for takeAhead(tag). One kept answer at a time: false (nothing sent)
     // while another tag's answer waits.
     bool sendAhead(const std::string& sql, const std::string& tag);
-    // Reads the answer of a command sent ahead, if one is due, and has a read
-    // still streaming take the rest of its rows in, so that the connection is
-    // free.
-    void settle();
+    // The kept answer for tag: true with its result (or its failure in
+    // status) when there is one. dropAhead forgets it.
+    bool takeAhead(const std::string& tag, PgResult& result, platform::ExecResult& status);
+    void dropAhead(const std::string& tag);
 
     // Sends sql (with params bound to its $n) as a read in single-row mode;
-    // owner then takes its results through nextIncoming(), one row each, up to
-    // the null one. sql is also the statement for errors (streamFailure).
+    // its reader then takes its results through receive(), a row each, up to
+    // the end. Should the wire be wanted before that, the rest goes into rest.
+    // sql is also the statement for errors.
     platform::ExecResult sendStreamed(const std::string& sql, const PgParams& params,
-                                      PgIncoming* owner);
-    // Whether owner's read is the one still coming in.
-    bool incomingFrom(const PgIncoming* owner) const noexcept {
-        return owner != nullptr && m_incoming == owner;
+                                      PgTakenRows* rest);
+    // Whether the read that keeps its rest in rest is the one still coming in.
+    bool incomingFrom(const PgTakenRows* rest) const noexcept {
+        return rest != nullptr && m_occupant == Occupant::StreamedRead && m_incoming == rest;
     }
-    bool streaming() const noexcept { return m_incoming != nullptr; }
+    bool streaming() const noexcept { return m_occupant == Occupant::StreamedRead; }
+    // Reads the next result of the streamed read: true with a row, false at
+    // its end (the connection free again) or on failure (status).
+    bool receive(PgResult& row, platform::ExecResult& status);
     // The next result of the streamed read (waits for it); null at its end,
     // and the connection is free again.
     PgResult nextIncoming();
     // Asks the server to stop the streamed read; its results are still to be
     // read up to the null one.
     void cancelIncoming();
-    // The failure a result of the streamed read reports (a lost connection
-    // makes the link broken).
-    platform::ExecResult streamFailure(const PGresult* failure, std::string_view sql);
-    // The kept answer for tag: true with its result (or its failure in
-    // status) when there is one. dropAhead forgets it.
-    bool takeAhead(const std::string& tag, PgResult& result, platform::ExecResult& status);
-    void dropAhead(const std::string& tag);
-
-  private:
-    PgLink(PGconn* conn, const PgSettings& settings, std::vector<std::string> secrets);
 
     platform::ExecResult failureOf(const PGresult* failure, bool connectionFailed,
                                    std::string_view sql, bool callerTransaction);
-    platform::ExecResult feedCopy(const PgCopyFeed& feed, bool& sent, PgResult& result);
+    platform::ExecResult feedCopy(PgCopyFeed feed, bool& sent, PgResult& result);
     platform::ExecResult runControl(const char* sql);
-    void endIncoming();
-    // Readies the connection for the next unit: not lost, free of answers
-    // and rows still to come (settle), in the mode of session_mode.h.
+    // Readies the connection for the next unit: settled, in the mode of
+    // session_mode.h.
     platform::ExecResult readyToSend();
     // Puts the session back in the mode of session_mode.h when it left it.
     platform::ExecResult keepSessionMode();
     TransactionScope::Run controlRunner();
+    // Frees the wire of what occupies it: reads the answer of a command sent
+    // ahead, or has the streamed read's rest taken in.
+    void drain();
+    void readAnswer();
+    void takeRest();
+    // Reads the rest of the streamed read's results after its last row.
+    void finishIncoming(PgResult last, platform::ExecResult& status);
+    void endIncoming();
 
     // The answer of a command sent ahead with a tag.
     struct Ahead {
@@ -178,15 +179,18 @@ class PgLink {
         platform::ExecResult status;
         bool callerTransaction = false;  // when it was sent
     };
-    enum class Wire { Free, Discard, Keep };
+    // What has the wire until its results are read: the connection has one
+    // user at a time.
+    enum class Occupant { None, DiscardedAnswer, KeptAnswer, StreamedRead };
 
     PGconn* m_conn;
     PgSettings m_settings;
     std::vector<std::string> m_secrets;
     bool m_broken = false;
-    Wire m_wire = Wire::Free;          // what the answer on its way is for
-    Ahead m_ahead;                     // tag empty: none
-    PgIncoming* m_incoming = nullptr;  // the read streaming on the wire
+    Occupant m_occupant = Occupant::None;
+    Ahead m_ahead;                      // tag empty: none
+    PgTakenRows* m_incoming = nullptr;  // StreamedRead: where its rest goes
+    std::string m_incomingSql;          // StreamedRead: its statement, for errors
 };
 
 }  // namespace vorn::dal

@@ -189,7 +189,6 @@ void PgPipeline::handle(PGresult* result) {
             m_currentHasResult = true;
             if (!m_failed) {
                 m_failed = true;
-                m_failedIndex = m_done;
                 m_failure = PgResult(result);
             } else {
                 PQclear(result);
@@ -219,10 +218,7 @@ bool PgPipeline::waitSocket(bool forWrite) {
 
 void PgPipeline::markBroken() {
     m_broken = true;
-    if (!m_failed) {
-        m_failed = true;
-        m_failedIndex = m_done;
-    }
+    m_failed = true;
 }
 
 PgResult PgPipeline::takeResult(std::size_t index) {

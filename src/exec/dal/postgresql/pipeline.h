@@ -45,15 +45,12 @@ class PgPipeline {
     // succeeded.
     bool finish();
 
-    std::size_t size() const noexcept { return m_keep.size(); }
     // True when sending or reading failed, or the server answered in a way
     // that leaves the connection unusable.
     bool connectionFailed() const noexcept { return m_broken; }
     // After a failed finish(): the first failing command's error result (null
-    // when the connection failed without one) and its index (size() when
-    // unknown).
+    // when the connection failed without one).
     const PGresult* failure() const noexcept { return m_failure.get(); }
-    std::size_t failedIndex() const noexcept { return m_failedIndex; }
     // A kept result (empty when the command failed or was skipped).
     PgResult takeResult(std::size_t index);
 
@@ -75,7 +72,6 @@ class PgPipeline {
     bool m_currentHasResult = false;  // the command m_done has delivered a result
     std::vector<std::pair<std::size_t, PgResult>> m_kept;
     PgResult m_failure;
-    std::size_t m_failedIndex = 0;
     bool m_failed = false;
 };
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "exec/dal/postgresql/chunk.h"
-#include "exec/dal/postgresql/link.h"
+#include "exec/dal/postgresql/gates.h"
 
 namespace vorn::dal {
 
@@ -24,8 +24,8 @@ struct PgCursorSlot {
 //     server cursor; its rows come off the connection as the reader asks for
 //     them, so client memory holds one row. Any other call on the connection
 //     (a write, a batch, another read, beginTransaction, a fetch of another
-//     read) first has the read take the rest of its rows into memory (see
-//     release; the link does it before it sends anything), then runs exactly
+//     read) first has the read take the rest of its rows into memory (the
+//     link does it as it settles, before it sends anything), then runs exactly
 //     as it would without the read; the reader goes on from memory with the
 //     same rows. So memory grows with the rest of an open read only when the
 //     caller interleaves other calls with it.
@@ -49,32 +49,29 @@ class PgReads {
   public:
     explicit PgReads(std::shared_ptr<PgLink> link) noexcept : m_link(std::move(link)) {}
 
-    // Whether sql, as a read now, streams in single-row mode (PgStream)
-    // instead of going through open().
-    bool streams(const std::string& sql) const;
-    // Runs sql as a read; on success slot names its server cursor (empty for
-    // a result read whole) and first holds the first chunk of rows, for a
-    // PgCursor to take over.
+    // Whether a statement of kind, as a read now, streams in single-row mode
+    // (PgStream) instead of going through open().
+    bool streams(PgStatementKind kind) const;
+    // Runs sql, a statement of kind, as a read; on success slot names its
+    // server cursor (empty for a result read whole) and first holds the first
+    // chunk of rows, for a PgServerCursor to take over.
     // params are bound to the $n of sql.
-    platform::ExecResult open(const std::string& sql, PgCursorSlot& slot, PgChunk& first,
-                              const PgParams& params = {});
-    // For PgCursor: the chunk of rows after chunk (replacing it), and the end
-    // of a cursor.
+    platform::ExecResult open(const std::string& sql, PgStatementKind kind, PgCursorSlot& slot,
+                              PgChunk& first, const PgParams& params);
+    // For PgServerCursor: the chunk of rows after chunk (replacing it), and
+    // the end of a cursor.
     platform::ExecResult fetch(const PgCursorSlot& slot, PgChunk& chunk);
     void close(const PgCursorSlot& slot);
 
-    // Readies the connection for any call: a read streaming on it takes the
-    // rest of its rows in, the answer of a fetch sent ahead is read.
-    platform::ExecResult release();
-
   private:
-    platform::ExecResult readWhole(const std::string& sql, PgChunk& first, const PgParams& params);
+    platform::ExecResult readWhole(const std::string& sql, PgStatementKind kind, PgChunk& first,
+                                   const PgParams& params);
     platform::ExecResult openCursor(const std::string& sql, PgCursorSlot& slot, PgChunk& first,
                                     const PgParams& params);
     bool fetchGuard() const;
     void fetchAhead(const PgCursorSlot& slot, const PgChunk& chunk);
 
-    std::shared_ptr<PgLink> m_link;
+    PgReadsGate m_link;
     std::uint64_t m_cursorCounter = 0;
     int m_aheadRows = 0;  // rows asked for by the fetch sent ahead
 };

@@ -8,7 +8,14 @@ namespace vorn::dal {
 
 // PostgreSQL's quoting: E'...' with backslash escapes, $$...$$ and
 // $tag$...$tag$, and nested comments.
-inline constexpr SqlDialect kPostgresDialect{true, true, true, false};
+constexpr SqlDialect postgresDialect() {
+    SqlDialect dialect;
+    dialect.escapeStrings = true;
+    dialect.dollarQuotes = true;
+    dialect.nestedComments = true;
+    return dialect;
+}
+inline constexpr SqlDialect kPostgresDialect = postgresDialect();
 
 // What the PostgreSQL backend needs to know about a statement before it runs
 // it. The text is scanned, not parsed: the server stays the judge of syntax.

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <deque>
 #include <memory>
 #include <string>
 
-#include "exec/dal/postgresql/link.h"
+#include "exec/dal/postgresql/gates.h"
 #include "exec/dal/postgresql/result.h"
+#include "exec/dal/postgresql/taken_rows.h"
 
 namespace vorn::dal {
 
@@ -14,16 +14,19 @@ namespace vorn::dal {
 // time as the reader asks for them, so client memory holds one row.
 //
 // When anything else is to go out on the connection while the read is open,
-// the link has it take the rest of its rows in (takeRest): they are kept in
-// blocks of rows, and the reader goes on from there, with the same rows and
-// the same end (a failure that came after the last row reaches the reader
-// after that row, as it would have from the wire).
+// the link takes the rest of its rows in (into the read's PgTakenRows), and
+// the reader goes on from there, with the same rows and the same end (a
+// failure that came after the last row reaches the reader after that row, as
+// it would have from the wire).
 //
 // A read given up before its end leaves the connection free: a short rest is
 // read and thrown away, a long one is cancelled on the server and what
 // arrives up to the end of the query is thrown away; the cancel is never
 // reported to anyone.
-class PgStream final : public PgIncoming {
+//
+// The link knows the read by the address of its PgTakenRows: the object
+// stays where it was made.
+class PgStream {
   public:
     explicit PgStream(std::shared_ptr<PgLink> link) noexcept : m_link(std::move(link)) {}
     ~PgStream();
@@ -38,22 +41,11 @@ class PgStream final : public PgIncoming {
     // failure that ended the read in status, if one did.
     bool next(PgResult& rows, platform::ExecResult& status);
 
-    void takeRest() override;
-
   private:
-    // Reads the next result off the connection: true with a row, false at the
-    // end (the connection free again) or on failure (status).
-    bool receive(PgResult& row, platform::ExecResult& status);
-    // Reads the rest of the results after the last row, up to the end.
-    void finish(PgResult last, platform::ExecResult& status);
-    bool append(PgResult row);
     void abandon();
 
-    std::shared_ptr<PgLink> m_link;
-    std::string m_sql;
-    std::deque<PgResult> m_taken;  // rows taken in before the reader asked
-    platform::ExecResult m_end;    // the failure that ended a read taken in
-    bool m_ended = false;          // nothing of the read is left on the wire
+    PgStreamGate m_link;
+    PgTakenRows m_taken;  // rows taken in before the reader asked
 };
 
 }  // namespace vorn::dal

@@ -27,7 +27,8 @@ ExecResult stepRow(sqlite3* db, sqlite3_stmt* stmt) {
 
 }  // namespace
 
-ExecResult runSqliteBatch(sqlite3* db, const std::string& sql, const BatchParameters& parameters) {
+ExecResult SqliteBatchWriter::run(const std::string& sql, const BatchParameters& parameters) {
+    sqlite3* const db = m_db;
     std::string text;
     std::vector<const BatchColumn*> bound;
     ExecResult status = parameters.bindPlaceholders(sql, kSqliteDialect, '?', text, bound);

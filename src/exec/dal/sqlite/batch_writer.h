@@ -20,7 +20,14 @@ class BatchParameters;
 // are, unsigned ones as the signed integer of the same 64 bits (values above
 // INT64_MAX read back as negative decimals), floats as the double of their
 // value, doubles as they are.
-platform::ExecResult runSqliteBatch(sqlite3* db, const std::string& sql,
-                                    const BatchParameters& parameters);
+class SqliteBatchWriter {
+  public:
+    explicit SqliteBatchWriter(sqlite3* db) noexcept : m_db(db) {}
+
+    platform::ExecResult run(const std::string& sql, const BatchParameters& parameters);
+
+  private:
+    sqlite3* m_db;
+};
 
 }  // namespace vorn::dal

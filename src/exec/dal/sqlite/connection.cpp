@@ -265,7 +265,7 @@ ExecResult SqliteConnection::queryBound(const std::string& sql,
 ExecResult SqliteConnection::executeBatch(const std::string& sql,
                                           const BatchParameters& parameters) {
     noteLocalSchema(sql);
-    return runSqliteBatch(m_db, sql, parameters);
+    return SqliteBatchWriter(m_db).run(sql, parameters);
 }
 
 }  // namespace vorn::dal

@@ -49,7 +49,7 @@ class SqliteConnection final : public Connection {
     platform::ExecResult queryBound(const std::string& sql,
                                     const platform::BoundParameters& parameters,
                                     std::unique_ptr<Cursor>& cursor) override;
-    // See runSqliteBatch.
+    // See SqliteBatchWriter.
     platform::ExecResult executeBatch(const std::string& sql,
                                       const BatchParameters& parameters) override;
     bool inTransaction() const override { return sqlite3_get_autocommit(m_db) == 0; }

@@ -12,7 +12,12 @@ namespace vorn::dal {
 
 // SQLite's quoting: [name] and `name` identifiers besides "name"; comments do
 // not nest.
-inline constexpr SqlDialect kSqliteDialect{false, false, false, true};
+constexpr SqlDialect sqliteDialect() {
+    SqlDialect dialect;
+    dialect.bracketIdentifiers = true;
+    return dialect;
+}
+inline constexpr SqlDialect kSqliteDialect = sqliteDialect();
 
 // Owns one prepared SQLite statement.
 class SqliteStatement {
