@@ -9,6 +9,7 @@
 /// statistics per session name and kind, and a log line for slow statements.
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -35,7 +36,14 @@ enum class ErrorCategory : std::uint8_t {
     InvalidValue,    ///< a value the store cannot take (bad text, out of range)
     Timeout,         ///< the statement was cancelled by a time-out
     Other,           ///< anything else (disk full, I/O error, ...)
+    InDoubt,         ///< the call's deadline passed after a commit was sent and
+                     ///< before the store answered: the unit may or may not
+                     ///< have taken effect (see <vorn/deadline.h>)
 };
+
+/// How many categories there are (one more than the last one's value).
+inline constexpr std::size_t kErrorCategoryCount =
+    static_cast<std::size_t>(ErrorCategory::InDoubt) + 1;
 
 /// "None", "Refused", "Syntax", ...
 VORN_API const char* toString(ErrorCategory category) noexcept;
@@ -106,7 +114,7 @@ struct StatementStatistics {
     std::uint64_t calls = 0;                   ///< the statements run, failed ones included
     std::uint64_t errors = 0;                  ///< the statements that failed
     /// errors by category, indexed by the category's value
-    std::uint64_t errorsByCategory[static_cast<std::size_t>(ErrorCategory::Other) + 1] = {};
+    std::uint64_t errorsByCategory[kErrorCategoryCount] = {};
     std::uint64_t rows = 0;                     ///< the rows read or written, summed
     std::chrono::nanoseconds totalDuration{0};  ///< the time spent, summed
     std::chrono::nanoseconds maxDuration{0};    ///< the longest time one statement took

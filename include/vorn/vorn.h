@@ -11,6 +11,7 @@
 #include "vorn/bound_statement.h"
 #include "vorn/connections.h"
 #include "vorn/criterion.h"
+#include "vorn/deadline.h"
 #include "vorn/database.h"
 #include "vorn/datasource.h"
 #include "vorn/deleter.h"

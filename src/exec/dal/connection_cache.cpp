@@ -11,6 +11,7 @@
 #include <mutex>
 #include <vector>
 
+#include "exec/dal/call_bound.h"
 #include "exec/dal/data_source_registry.h"
 #include "exec/dal/inherited.h"
 #include "vorn/connections.h"
@@ -248,6 +249,7 @@ ConnectionLease acquireConnection(const std::string& name, platform::ExecResult&
     slot.lastUsed = now;
     const std::uint64_t generation = dataSourceGeneration();
     if (stillCurrent(slot, generation)) {
+        limitCall(slot.source->options.callTimeout);
         return ConnectionLease(slot.connection);
     }
     std::shared_ptr<const DataSource> source = resolveDataSource(name);
@@ -258,6 +260,7 @@ ConnectionLease acquireConnection(const std::string& name, platform::ExecResult&
             "data source \"" + name + "\" is invalid: " + source->problem);
         return ConnectionLease();
     }
+    limitCall(source->options.callTimeout);
     if (!reconnect(slot, std::move(source), status)) {
         return ConnectionLease();
     }

@@ -3,6 +3,7 @@
 
 #include "exec/dal/backend.h"
 #include "exec/dal/batch_parameters.h"
+#include "exec/dal/call_bound.h"
 #include "exec/dal/connection_cache.h"
 #include "exec/dal/field_text.h"
 #include "exec/dal/inherited.h"
@@ -101,22 +102,26 @@ const std::string& DataSession::sessionName() const noexcept {
 }
 
 ExecResult DataSession::beginTransaction() {
+    const dal::CallBound bound(m_state->name);
     ExecResult status = m_state->connect();
     return status.ok() ? m_state->connection->begin() : status;
 }
 
 ExecResult DataSession::commit() {
+    const dal::CallBound bound(m_state->name);
     ExecResult status = m_state->connect();
     return status.ok() ? m_state->connection->commit() : status;
 }
 
 ExecResult DataSession::rollback() {
+    const dal::CallBound bound(m_state->name);
     ExecResult status = m_state->connect();
     return status.ok() ? m_state->connection->rollback() : status;
 }
 
 ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind,
                                 const std::string& sql, NoParameters /*none*/) {
+    const dal::CallBound bound(m_state->name);
     if (kind != SqlKind::Read) {
         return m_state->write(sql);
     }
@@ -130,6 +135,7 @@ ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind
 
 ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind,
                                 const std::string& sql, const TypedRef& parameters) {
+    const dal::CallBound bound(m_state->name);
     m_state->endResult();
     if (kind == SqlKind::Read) {
         return ExecResult::failure(errc::kBadParameters,
@@ -153,6 +159,7 @@ ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind
 
 ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind,
                                 const std::string& sql, const BoundParameters& parameters) {
+    const dal::CallBound bound(m_state->name);
     if (kind == SqlKind::Batch) {
         m_state->endResult();
         return ExecResult::failure(errc::kBadParameters,
@@ -193,6 +200,7 @@ bool DataSession::fetchRow(ExecResult& status, const TypedRef& rowTarget, int /*
             break;
     }
     Row& row = *static_cast<Row*>(rowTarget.object);
+    const dal::CallBound bound(m_state->name);
     if (m_state->cursor->fetch(row, status)) {
         if ((rowTarget.type.flags & kFlagNumbersAsValues) == 0) {
             dal::renderNumbers(row);
@@ -212,12 +220,14 @@ namespace vorn::dal {
 // DataSession made for the one call, without its allocation.
 platform::ExecResult writeOnce(const char* sessionName, const std::string& sql) {
     SessionState session(sessionName);
+    const CallBound bound(session.name);
     return session.write(sql);
 }
 
 platform::ExecResult writeOnce(const char* sessionName, const std::string& sql,
                                const platform::BoundParameters& parameters) {
     SessionState session(sessionName);
+    const CallBound bound(session.name);
     return session.writeBound(sql, parameters);
 }
 

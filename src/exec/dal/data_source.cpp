@@ -16,7 +16,8 @@ const Backend* checkDataSourceUrl(const std::string& url, std::string& problem) 
         problem = "unknown scheme \"" + std::string(scheme) + "\" (known: " + knownSchemes() + ")";
         return nullptr;
     }
-    if (!backend->check(url, problem)) {
+    SourceOptions options;
+    if (!readSourceOptions(url, options, problem) || !backend->check(url, problem)) {
         return nullptr;
     }
     return backend;
@@ -27,6 +28,9 @@ DataSource makeDataSource(const std::string& url) {
     source.url = url;
     source.display = platform::SecretMask::mask(url);
     source.backend = checkDataSourceUrl(url, source.problem);
+    if (source.backend != nullptr) {
+        (void)readSourceOptions(url, source.options, source.problem);
+    }
     return source;
 }
 

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "exec/dal/backend.h"
+#include "exec/dal/source_options.h"
 
 namespace vorn::dal {
 
@@ -12,6 +13,7 @@ struct DataSource {
     std::string display;               // the URL with secrets masked
     const Backend* backend = nullptr;  // null when the binding is invalid
     std::string problem;               // why it is invalid; free of secrets
+    SourceOptions options;             // the parameters every backend shares
 
     // The name is unbound and uses the embedded default file; dataDirSetting
     // is $VORN_DATA_DIR ("" when unset) at the time it was resolved.

@@ -28,6 +28,8 @@ const char* toString(ErrorCategory category) noexcept {
             return "Timeout";
         case ErrorCategory::Other:
             return "Other";
+        case ErrorCategory::InDoubt:
+            return "InDoubt";
     }
     return "Unknown";
 }

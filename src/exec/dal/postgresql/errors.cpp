@@ -36,6 +36,7 @@ constexpr PgRule kRules[] = {
     {"55006", C::Busy},
     {"42501", C::Permission},
     {"25006", C::Permission},
+    {"08007", C::InDoubt},
     {"08", C::ConnectionLost},
     {"23", C::Constraint},
     {"28", C::Permission},

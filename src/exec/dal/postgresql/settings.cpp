@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "exec/dal/source_options.h"
 #include "exec/dal/url_text.h"
 #include "exec/platform/ascii.h"
 #include "exec/platform/secret_mask.h"
@@ -39,6 +40,9 @@ bool parseSwitch(std::string_view value, bool& out) {
 
 bool applyOwnOption(std::string_view key, std::string_view value, PgSettings& out,
                     std::string& problem) {
+    if (isSourceOption(key)) {
+        return true;  // the core's (source_options.h)
+    }
     if (equalsIgnoreCase(key, "vorn_statement_rollback")) {
         if (!parseSwitch(value, out.statementRollback)) {
             problem = "vorn_statement_rollback must be on or off";

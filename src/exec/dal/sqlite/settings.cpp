@@ -3,6 +3,7 @@
 #include <charconv>
 #include <string_view>
 
+#include "exec/dal/source_options.h"
 #include "exec/dal/url_text.h"
 #include "exec/platform/ascii.h"
 
@@ -110,6 +111,9 @@ bool SqliteSettings::parse(const std::string& url, SqliteSettings& out, std::str
             return true;
         }
         const QueryPair option = QueryPair::split(pair);
+        if (isSourceOption(option.key)) {
+            return true;  // the core's (source_options.h)
+        }
         if (!option.hasValue) {
             problem = "option \"" + std::string(pair) + "\" has no value";
             return false;
