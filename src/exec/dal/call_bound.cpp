@@ -37,6 +37,7 @@ struct CallState {
     CallClock::time_point deadline = kNever;
     std::uint64_t cancelEpoch = 0;
     std::uint64_t sessionEpoch = 0;
+    CallClock::time_point overtime = kNever;  // kNever: not in overtime
     int depth = 0;
 };
 thread_local CallState t_call;
@@ -74,6 +75,16 @@ CallBound::~CallBound() {
     }
 }
 
+void beginOvertime(CallClock::time_point until) noexcept {
+    if (t_call.overtime == kNever) {
+        t_call.overtime = until;
+    }
+}
+
+bool inOvertime() noexcept {
+    return t_call.overtime != kNever;
+}
+
 void limitCall(std::chrono::milliseconds timeout) noexcept {
     if (timeout.count() > 0 && t_call.depth > 0) {
         t_call.deadline = std::min(t_call.deadline, CallClock::now() + timeout);
@@ -109,9 +120,11 @@ WaitEnd waitForSocket(int fd, short events, CallClock::time_point limit) noexcep
         return WaitEnd::Failed;
     }
     for (;;) {
-        const CallClock::time_point end = std::min(limit, callDeadline());
+        const bool overtime = inOvertime();
+        const CallClock::time_point end =
+            std::min(limit, overtime ? t_call.overtime : callDeadline());
         const CallClock::time_point now = CallClock::now();
-        if (now >= end || callCancelled()) {
+        if (now >= end || (!overtime && callCancelled())) {
             return WaitEnd::Expired;
         }
         const auto slice = std::min<CallClock::duration>(end - now, kWaitSlice);

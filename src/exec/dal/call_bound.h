@@ -40,12 +40,20 @@ bool callExpired() noexcept;
 // "calls were cancelled"; only meaningful when callExpired().
 const char* callEndReason() noexcept;
 
+// Once the call is over, the little time it may still take to leave the
+// store in a known state (a cancelled statement's answer, a rollback):
+// until then the waits below end at until instead of the deadline, and
+// cancellations no longer end them. A second call keeps the first until.
+void beginOvertime(CallClock::time_point until) noexcept;
+// Whether the call is in its overtime.
+bool inOvertime() noexcept;
+
 // How a bounded wait ended.
 enum class WaitEnd { Ready, Expired, Failed };
 // Waits until fd is ready for events (poll(2) bits) or the current call is
-// over; also bounded by limit, when one is given (CallClock::time_point::max()
-// for none). Waits in slices of at most 100 ms so that cancelCalls() is seen
-// promptly.
+// over (in its overtime: the overtime is over); also bounded by limit, when
+// one is given (CallClock::time_point::max() for none). Waits in slices of at
+// most 100 ms so that cancelCalls() is seen promptly.
 WaitEnd waitForSocket(int fd, short events,
                       CallClock::time_point limit = CallClock::time_point::max()) noexcept;
 

@@ -5,6 +5,8 @@
 #include <string>
 #include <thread>
 
+#include "exec/dal/call_bound.h"
+#include "exec/dal/postgresql/bounded_wait.h"
 #include "exec/dal/postgresql/errors.h"
 #include "exec/platform/secret_mask.h"
 #include "vorn/platform/logger.h"
@@ -14,13 +16,52 @@ namespace {
 
 using platform::ExecResult;
 
-// One connection attempt; null with status set on failure.
-PGconn* connectOnce(const PgSettings& settings, const std::vector<std::string>& secrets,
-                    ExecResult& status) {
+// Opens the connection. With one server the wait is the library's, within
+// the call's bound and connect_timeout. With several, only libpq's own
+// blocking connect moves on to the next server when one does not answer
+// within connect_timeout: it gets a connect_timeout no longer than what is
+// left of the call (libpq counts whole seconds, two at least).
+PGconn* openConnection(const PgSettings& settings, bool& expired) {
     std::vector<const char*> keywords;
     std::vector<const char*> values;
     settings.connectParameters(keywords, values);
+    expired = false;
+    if (!settings.severalServers) {
+        return pgConnectWithin(keywords.data(), values.data(),
+                               CallClock::now() + std::chrono::seconds(settings.connectTimeoutSeconds),
+                               expired);
+    }
+    std::string timeout;
+    const CallClock::time_point deadline = callDeadline();
+    if (deadline != CallClock::time_point::max()) {
+        const auto left = std::chrono::ceil<std::chrono::seconds>(deadline - CallClock::now());
+        const long seconds = std::max<long>(2, static_cast<long>(left.count()));
+        if (seconds < settings.connectTimeoutSeconds) {
+            timeout = std::to_string(seconds);
+            keywords.insert(keywords.end() - 1, "connect_timeout");
+            values.insert(values.end() - 1, timeout.c_str());
+        }
+    }
     PGconn* conn = PQconnectdbParams(keywords.data(), values.data(), 1);
+    expired = callExpired();
+    return conn;
+}
+
+// One connection attempt; null with status set on failure.
+PGconn* connectOnce(const PgSettings& settings, const std::vector<std::string>& secrets,
+                    ExecResult& status) {
+    bool expired = false;
+    PGconn* conn = openConnection(settings, expired);
+    if (expired && (conn == nullptr || PQstatus(conn) != CONNECTION_OK)) {
+        PQfinish(conn);
+        status = callExpired() ? pgFailure(pgstate::kQueryCanceled,
+                                           std::string("connecting to PostgreSQL: ") +
+                                               callEndReason())
+                               : pgFailure(pgstate::kCannotConnect,
+                                           "cannot connect to PostgreSQL: no answer within "
+                                           "connect_timeout");
+        return nullptr;
+    }
     if (conn == nullptr) {
         status = pgFailure(pgstate::kCannotConnect, "cannot connect to PostgreSQL: out of memory");
         return nullptr;
@@ -56,7 +97,8 @@ PGconn* pgConnect(const PgSettings& settings, const std::vector<std::string>& se
                                        std::to_string(attempt) + " attempts in " +
                                        std::to_string(waited.count()) + " ms");
         }
-        if (conn != nullptr || !settings.severalServers || Clock::now() + pause >= deadline) {
+        if (conn != nullptr || !settings.severalServers || Clock::now() + pause >= deadline ||
+            Clock::now() + pause >= callDeadline() || callCancelled()) {
             return conn;
         }
         std::this_thread::sleep_for(pause);

@@ -1,5 +1,7 @@
 #include "exec/dal/postgresql/copy_stream.h"
 
+#include "exec/dal/postgresql/bounded_wait.h"
+
 namespace vorn::dal {
 
 void PgCopyStream::separate() {
@@ -52,9 +54,16 @@ void PgCopyStream::endRow() {
 }
 
 void PgCopyStream::send() {
-    if (!m_failed && !m_buffer.empty() &&
-        PQputCopyData(m_conn, m_buffer.data(), static_cast<int>(m_buffer.size())) != 1) {
-        m_failed = true;
+    while (!m_failed && !m_buffer.empty()) {
+        const int queued =
+            PQputCopyData(m_conn, m_buffer.data(), static_cast<int>(m_buffer.size()));
+        if (queued == 1) {
+            break;
+        }
+        // 0: libpq's buffer is full and the socket takes no more for now.
+        const PgWait wait = queued == 0 ? pgAwaitSocket(m_conn, true) : PgWait::Failed;
+        m_gaveUp = wait == PgWait::GiveUp;
+        m_failed = wait != PgWait::Ready || PQconsumeInput(m_conn) != 1;
     }
     m_buffer.clear();
 }

@@ -21,6 +21,8 @@ inline constexpr const char* kSyntaxError = "42601";
 inline constexpr const char* kUntranslatableCharacter = "22021";  // a NUL byte in text
 inline constexpr const char* kOutOfMemory = "53200";
 inline constexpr const char* kInternalError = "XX000";
+inline constexpr const char* kQueryCanceled = "57014";
+inline constexpr const char* kTransactionResolutionUnknown = "08007";
 }  // namespace pgstate
 
 // PostgreSQL's codes sorted into categories by their SQLSTATE, which is kept

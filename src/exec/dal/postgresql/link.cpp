@@ -3,6 +3,8 @@
 #include <string>
 #include <utility>
 
+#include "exec/dal/call_bound.h"
+#include "exec/dal/postgresql/bounded_wait.h"
 #include "exec/dal/postgresql/connect.h"
 #include "exec/dal/postgresql/copy_stream.h"
 #include "exec/dal/postgresql/errors.h"
@@ -42,6 +44,8 @@ PgLink::PgLink(PGconn* conn, const PgSettings& settings, std::vector<std::string
     : m_conn(conn), m_settings(settings), m_secrets(std::move(secrets)) {}
 
 PgLink::~PgLink() {
+    // A server that stopped reading must not hold the goodbye message.
+    PQsetnonblocking(m_conn, 1);
     PQfinish(m_conn);
 }
 
@@ -84,9 +88,38 @@ ExecResult PgLink::lostFailure() const {
                      "the connection to the PostgreSQL server was lost");
 }
 
+ExecResult PgLink::gaveUpFailure(std::string_view sql, bool callerTransaction) {
+    m_broken = true;
+    m_gaveUp = true;
+    std::string detail = std::string(callEndReason()) +
+                         " and PostgreSQL did not answer the cancel; the connection was closed";
+    if (pgInDoubtWhenCut(sql, callerTransaction)) {
+        return pgFailure(pgstate::kTransactionResolutionUnknown,
+                         detail + ": the statement was sent, and whether it took effect is unknown");
+    }
+    return pgFailure(pgstate::kQueryCanceled,
+                     callerTransaction ? detail + " and the open transaction rolled back" : detail);
+}
+
+PGresult* PgLink::awaitResult() {
+    if (m_gaveUp || pgAwaitResult(m_conn) == PgWait::GiveUp) {
+        m_gaveUp = true;
+        m_broken = true;
+        return nullptr;
+    }
+    return PQgetResult(m_conn);
+}
+
 ExecResult PgLink::failureOf(const PGresult* failure, bool connectionFailed, std::string_view sql,
                              bool callerTransaction) {
+    if (m_gaveUp) {
+        return gaveUpFailure(sql, callerTransaction);
+    }
     ExecResult status = pgResultFailure(failure, m_conn);
+    if (inOvertime() && status.errorCode() == platform::pgCodeFromSqlstate(pgstate::kQueryCanceled)) {
+        status = ExecResult::failure(status.errorCode(), status.detail().value_or("") + " (" +
+                                                             callEndReason() + ")");
+    }
     if (failure != nullptr && pgMultipleStatementsRefused(failure, sql)) {
         status =
             ExecResult::failure(platform::errc::kMultipleStatements, status.detail().value_or(""));
@@ -120,6 +153,7 @@ ExecResult PgLink::keepSessionMode() {
     PgPipeline pipeline(m_conn);
     pgQueueSessionMode(m_conn, pipeline);
     if (!pipeline.finish()) {
+        m_gaveUp = m_gaveUp || pipeline.gaveUp();
         return failureOf(pipeline.failure(), pipeline.connectionFailed(), "", callerTransaction);
     }
     return {};
@@ -154,6 +188,7 @@ ExecResult PgLink::runUnit(PgScope scopeKind, PgFill fill, PgCollect collect,
         pipeline.query(scope.commitSql());
     }
     if (!pipeline.finish()) {
+        m_gaveUp = m_gaveUp || pipeline.gaveUp();
         // A command failed, so the server skipped the rest of the pipeline:
         // the unit is still open and failed.
         return failureOf(pipeline.failure(), pipeline.connectionFailed(), sql, callerTransaction);
@@ -186,14 +221,23 @@ ExecResult PgLink::runOne(PgScope scope, const std::string& sql, PgResult* kept,
 }
 
 // Feeds the rows of a COPY that the server has accepted, and ends it.
+// The rows go out in nonblocking mode, waited for within the call's bound.
 ExecResult PgLink::feedCopy(PgCopyFeed feed, bool& sent, PgResult& result) {
+    PQsetnonblocking(m_conn, 1);
     PgCopyStream stream(m_conn);
     const ExecResult fed = feed(stream);
     sent = stream.finish();
+    m_gaveUp = stream.gaveUp();
     if (sent) {
         sent = PQputCopyEnd(m_conn, fed.ok() ? nullptr : "batch refused by the client") == 1;
     }
-    result = PgResult(sent ? PQgetResult(m_conn) : nullptr);
+    if (sent) {
+        const PgWait flushed = pgFlushAll(m_conn);
+        m_gaveUp = flushed == PgWait::GiveUp;
+        sent = flushed == PgWait::Ready;
+    }
+    PQsetnonblocking(m_conn, 0);
+    result = PgResult(sent ? awaitResult() : nullptr);
     // The server's "COPY from stdin failed" says less than the refusal.
     return sent ? fed : ExecResult();
 }
@@ -210,15 +254,18 @@ ExecResult PgLink::runCopy(const std::string& copySql, PgCopyFeed feed, std::str
         return status;
     }
     bool sent = sendQuery(m_conn, copySql) == 1;
-    PgResult result(sent ? PQgetResult(m_conn) : nullptr);
+    PgResult result(sent ? awaitResult() : nullptr);
     if (result.status() == PGRES_COPY_IN) {
         status = feedCopy(feed, sent, result);
     }
     if (status.ok() && result.status() != PGRES_COMMAND_OK) {
         status = failureOf(result.get(), !sent, sql, callerTransaction);
     }
-    while (PGresult* rest = PQgetResult(m_conn)) {
+    while (PGresult* rest = awaitResult()) {
         PQclear(rest);
+    }
+    if (m_gaveUp) {
+        return gaveUpFailure(sql, callerTransaction);
     }
     if (PQstatus(m_conn) == CONNECTION_BAD && !m_broken) {
         status = failureOf(nullptr, true, sql, callerTransaction);

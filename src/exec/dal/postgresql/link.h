@@ -116,6 +116,13 @@ class PgLink {
     // itself otherwise). sql is the caller's statement, for the error.
     platform::ExecResult runCopy(const std::string& copySql, PgCopyFeed feed, std::string_view sql);
     platform::ExecResult lostFailure() const;
+    // The failure of a call that ended before the server answered sql (see
+    // bounded_wait.h): the connection is given up, and the outcome is in
+    // doubt where the statement may have committed.
+    platform::ExecResult gaveUpFailure(std::string_view sql, bool callerTransaction);
+    // The next result, waited for within the call's bound; null at the end
+    // of the results, and when the call gave up on the server.
+    PGresult* awaitResult();
 
     // Readies the connection for any call: the failure of a lost connection,
     // else the wire settled (see drain), so that the transaction state is the
@@ -187,6 +194,7 @@ class PgLink {
     PgSettings m_settings;
     std::vector<std::string> m_secrets;
     bool m_broken = false;
+    bool m_gaveUp = false;  // a call ended with the server's answer owed
     Occupant m_occupant = Occupant::None;
     Ahead m_ahead;                      // tag empty: none
     PgTakenRows* m_incoming = nullptr;  // StreamedRead: where its rest goes

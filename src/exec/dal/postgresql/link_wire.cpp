@@ -2,6 +2,7 @@
 // ahead, or a read streaming in single-row mode.
 #include <utility>
 
+#include "exec/dal/postgresql/bounded_wait.h"
 #include "exec/dal/postgresql/errors.h"
 #include "exec/dal/postgresql/link.h"
 #include "exec/dal/postgresql/taken_rows.h"
@@ -53,7 +54,7 @@ void PgLink::readAnswer() {
     const bool keep = m_occupant == Occupant::KeptAnswer;
     m_occupant = Occupant::None;
     PgResult first;
-    while (PGresult* result = PQgetResult(m_conn)) {
+    while (PGresult* result = awaitResult()) {
         if (keep && !first) {
             first = PgResult(result);
         } else {
@@ -140,7 +141,9 @@ void PgLink::finishIncoming(PgResult last, ExecResult& status) {
         }
         last = nextIncoming();
     }
-    if (!complete && status.ok()) {
+    if (m_gaveUp) {
+        status = gaveUpFailure(m_incomingSql, false);
+    } else if (!complete && status.ok()) {
         // The connection ended without an answer of the server's.
         status = failureOf(nullptr, PQstatus(m_conn) == CONNECTION_BAD, m_incomingSql, false);
     }
@@ -166,7 +169,7 @@ PgResult PgLink::nextIncoming() {
     if (m_occupant != Occupant::StreamedRead) {
         return PgResult();
     }
-    PgResult result(PQgetResult(m_conn));
+    PgResult result(awaitResult());
     if (!result) {
         endIncoming();
     }
@@ -178,7 +181,7 @@ PgResult PgLink::nextIncoming() {
 void PgLink::endIncoming() {
     m_occupant = Occupant::None;
     m_incoming = nullptr;
-    while (PGresult* result = PQgetResult(m_conn)) {
+    while (PGresult* result = awaitResult()) {
         const bool synced = PQresultStatus(result) == PGRES_PIPELINE_SYNC;
         PQclear(result);
         if (synced) {
@@ -194,13 +197,8 @@ void PgLink::cancelIncoming() {
     if (m_occupant != Occupant::StreamedRead || m_broken) {
         return;
     }
-    PGcancel* cancel = PQgetCancel(m_conn);
-    if (cancel != nullptr) {
-        char error[256];
-        // A cancel that does not arrive only leaves more rows to read.
-        (void)PQcancel(cancel, error, sizeof error);
-        PQfreeCancel(cancel);
-    }
+    // A cancel that does not arrive only leaves more rows to read.
+    pgRequestCancel(m_conn);
 }
 
 }  // namespace vorn::dal

@@ -1,8 +1,6 @@
 #include "exec/dal/postgresql/pipeline.h"
 
-#include <poll.h>
-
-#include <cerrno>
+#include "exec/dal/postgresql/bounded_wait.h"
 
 namespace vorn::dal {
 namespace {
@@ -197,23 +195,20 @@ void PgPipeline::handle(PGresult* result) {
     }
 }
 
+// Within the call's bound: at its end the server is asked to cancel, and a
+// server that does not answer that either leaves the pipeline given up.
 bool PgPipeline::waitSocket(bool forWrite) {
-    pollfd fd{};
-    fd.fd = PQsocket(m_conn);
-    if (fd.fd < 0) {
-        markBroken();
-        return false;
+    switch (pgAwaitSocket(m_conn, forWrite)) {
+        case PgWait::Ready:
+            return true;
+        case PgWait::GiveUp:
+            m_gaveUp = true;
+            break;
+        case PgWait::Failed:
+            break;
     }
-    fd.events = static_cast<short>(POLLIN | (forWrite ? POLLOUT : 0));
-    // No time limit here: a dead peer shows as a socket error through the
-    // TCP keepalive and user-timeout settings of the connection.
-    while (::poll(&fd, 1, -1) < 0) {
-        if (errno != EINTR) {
-            markBroken();
-            return false;
-        }
-    }
-    return true;
+    markBroken();
+    return false;
 }
 
 void PgPipeline::markBroken() {

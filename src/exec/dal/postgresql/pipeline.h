@@ -48,6 +48,9 @@ class PgPipeline {
     // True when sending or reading failed, or the server answered in a way
     // that leaves the connection unusable.
     bool connectionFailed() const noexcept { return m_broken; }
+    // True when the call ended while the server still owed its answers (see
+    // bounded_wait.h): the connection's state is unknown.
+    bool gaveUp() const noexcept { return m_gaveUp; }
     // After a failed finish(): the first failing command's error result (null
     // when the connection failed without one).
     const PGresult* failure() const noexcept { return m_failure.get(); }
@@ -66,6 +69,7 @@ class PgPipeline {
     PGconn* m_conn;
     bool m_entered = false;
     bool m_broken = false;  // a send or read failed
+    bool m_gaveUp = false;  // the call ended before the server answered
     bool m_synced = false;
     std::vector<bool> m_keep;
     std::size_t m_done = 0;           // commands whose results are all read

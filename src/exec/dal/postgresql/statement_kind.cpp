@@ -71,4 +71,28 @@ PgStatementKind classifyPgStatement(std::string_view sql) {
     return PgStatementKind::Other;
 }
 
+bool pgInDoubtWhenCut(std::string_view sql, bool callerTransaction) {
+    SqlLexer scanner(sql, kPostgresDialect);
+    const SqlLexer::Token first = scanner.next();
+    if (first.kind == Kind::End) {
+        return false;
+    }
+    const bool commits = first.is(sql, "commit") || first.is(sql, "end") ||
+                         (first.is(sql, "prepare") &&
+                          classifyPgStatement(sql) == PgStatementKind::TransactionControl);
+    if (commits || callerTransaction) {
+        return commits;
+    }
+    if (classifyPgStatement(sql) == PgStatementKind::CursorQuery) {
+        return false;
+    }
+    for (const char* word : {"begin", "start", "rollback", "abort", "savepoint", "release", "fetch",
+                             "move", "show", "set", "reset", "declare", "close", "deallocate"}) {
+        if (first.is(sql, word)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 }  // namespace vorn::dal

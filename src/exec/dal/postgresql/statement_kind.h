@@ -34,4 +34,10 @@ enum class PgStatementKind {
 
 PgStatementKind classifyPgStatement(std::string_view sql);
 
+// Whether sql may have taken effect when the connection is cut after it was
+// sent and before its answer came: a COMMIT, or outside the caller's
+// transaction anything that may change data. Inside it, the server rolls the
+// transaction back when the connection goes, so only a COMMIT is in doubt.
+bool pgInDoubtWhenCut(std::string_view sql, bool callerTransaction);
+
 }  // namespace vorn::dal
