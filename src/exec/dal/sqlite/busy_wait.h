@@ -14,17 +14,23 @@ namespace vorn::dal {
 // take the write lock and give it back within a millisecond or two. Under
 // steady load a writer waiting that way can miss every chance for the whole
 // timeout and fail with SQLITE_BUSY; trying every millisecond gets it its turn.
+//
+// The wait also ends with the call (call_bound.h): at its deadline, or when
+// cancelCalls() ends it. The same object keeps running statements within the
+// call's bound: a progress handler interrupts them (SQLITE_INTERRUPT) once
+// the call is over.
 class BusyWait {
   public:
     explicit BusyWait(int timeoutMs) noexcept : m_timeout(timeoutMs) {}
     BusyWait(const BusyWait&) = delete;
     BusyWait& operator=(const BusyWait&) = delete;
 
-    // Makes db wait this way; the object must outlive the handle.
+    // Makes db wait, and run, this way; the object must outlive the handle.
     void install(sqlite3* db) noexcept;
 
   private:
     static int retry(void* self, int attempt) noexcept;
+    static int progress(void* self) noexcept;
 
     std::chrono::milliseconds m_timeout;
     std::chrono::steady_clock::time_point m_since;  // the first try of the current wait

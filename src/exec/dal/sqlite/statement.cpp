@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "exec/dal/backend.h"
+#include "exec/dal/call_bound.h"
 #include "exec/platform/type_registry.h"
 #include "vorn/platform/error_codes.h"
 
@@ -82,6 +83,15 @@ int sqliteBind(sqlite3_stmt* stmt, int index, const BatchValue& value,
 
 ExecResult sqliteFailure(sqlite3* db) {
     const int code = sqlite3_extended_errcode(db);
+    const int primary = code & 0xff;
+    if ((primary == SQLITE_INTERRUPT || primary == SQLITE_BUSY) && callExpired()) {
+        // A wait for a lock the call's end cut short is its time-out too.
+        return ExecResult::failure(SQLITE_INTERRUPT,
+                                   std::string(primary == SQLITE_BUSY
+                                                   ? "gave up waiting for a lock: "
+                                                   : "interrupted: ") +
+                                       callEndReason());
+    }
     return ExecResult::failure(static_cast<std::uint64_t>(code), sqlite3_errmsg(db));
 }
 
