@@ -1,0 +1,352 @@
+// PostgreSQL only: a server that stops answering without closing anything,
+// whole (its processes stopped, as a storage stall or a stuck host stops
+// them), or behind a proxy that stops forwarding (as a hung pooler does).
+// Four threads write and read through it with a call timeout: every call
+// comes back within its deadline and a second, with a time-out, an unknown
+// outcome or a lost connection; afterwards every acknowledged unit is there,
+// none that failed, and no unit in part.
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "store_fixture.h"
+#include "vorn/vorn.h"
+
+namespace vorn::test {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr milliseconds kCallTimeout{1000};
+constexpr milliseconds kOvertime{1000};
+constexpr milliseconds kFault{4000};
+
+// Forwards 127.0.0.1:port() to the server's port, until stalled: then it
+// neither reads, writes, accepts nor closes anything.
+class TcpProxy {
+  public:
+    explicit TcpProxy(int target) : m_target(target) {
+        m_listener = ::socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address = loopback(0);
+        socklen_t size = sizeof address;
+        if (::bind(m_listener, reinterpret_cast<sockaddr*>(&address), size) == 0 &&
+            ::listen(m_listener, 16) == 0 &&
+            ::getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &size) == 0) {
+            m_port = ntohs(address.sin_port);
+        }
+        m_thread = std::thread([this] { forward(); });
+    }
+    ~TcpProxy() {
+        m_stop = true;
+        m_thread.join();
+        for (const auto& [fd, peer] : m_peers) {
+            ::close(fd);
+        }
+        ::close(m_listener);
+    }
+    TcpProxy(const TcpProxy&) = delete;
+    TcpProxy& operator=(const TcpProxy&) = delete;
+
+    int port() const { return m_port; }
+    void stall(bool stalled) { m_stalled = stalled; }
+
+  private:
+    static sockaddr_in loopback(int port) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<std::uint16_t>(port));
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        return address;
+    }
+
+    void forward() {
+        while (!m_stop) {
+            if (m_stalled) {
+                std::this_thread::sleep_for(milliseconds(20));
+                continue;
+            }
+            std::vector<pollfd> fds{{m_listener, POLLIN, 0}};
+            for (const auto& [fd, peer] : m_peers) {
+                fds.push_back({fd, POLLIN, 0});
+            }
+            if (::poll(fds.data(), fds.size(), 20) <= 0) {
+                continue;
+            }
+            for (const pollfd& entry : fds) {
+                if ((entry.revents & (POLLIN | POLLHUP | POLLERR)) != 0) {
+                    entry.fd == m_listener ? accept() : pass(entry.fd);
+                }
+            }
+        }
+    }
+
+    void accept() {
+        const int client = ::accept(m_listener, nullptr, nullptr);
+        const int server = ::socket(AF_INET, SOCK_STREAM, 0);
+        const sockaddr_in address = loopback(m_target);
+        if (::connect(server, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+            ::close(client);
+            ::close(server);
+            return;
+        }
+        m_peers[client] = server;
+        m_peers[server] = client;
+    }
+
+    void pass(int fd) {
+        const auto found = m_peers.find(fd);
+        if (found == m_peers.end()) {
+            return;  // closed with its peer in this round
+        }
+        char buffer[65536];
+        const ssize_t got = ::read(fd, buffer, sizeof buffer);
+        if (got > 0 && ::send(found->second, buffer, static_cast<std::size_t>(got), MSG_NOSIGNAL) == got) {
+            return;
+        }
+        const int peer = found->second;
+        m_peers.erase(fd);
+        m_peers.erase(peer);
+        ::close(fd);
+        ::close(peer);
+    }
+
+    int m_target;
+    int m_listener = -1;
+    int m_port = 0;
+    std::atomic<bool> m_stop{false};
+    std::atomic<bool> m_stalled{false};
+    std::map<int, int> m_peers;  // each end of a forwarded connection: its other end
+    std::thread m_thread;
+};
+
+// The processes of the server as they are now: the postmaster (its data
+// directory's postmaster.pid) and its children.
+std::vector<pid_t> serverProcesses(const std::string& dataDirectory) {
+    std::ifstream pidFile(dataDirectory + "/postmaster.pid");
+    pid_t postmaster = 0;
+    pidFile >> postmaster;
+    std::vector<pid_t> pids{postmaster};
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        std::ifstream stat(entry.path() / "stat");
+        std::string pid, name, state;
+        pid_t parent = 0;
+        if (stat >> pid >> name >> state >> parent && parent == postmaster) {
+            pids.push_back(static_cast<pid_t>(std::stol(pid)));
+        }
+    }
+    return pids;
+}
+
+// Stops the server's processes while it lives.
+class FrozenServer {
+  public:
+    explicit FrozenServer(std::vector<pid_t> pids) : m_pids(std::move(pids)) { signal(SIGSTOP); }
+    ~FrozenServer() { signal(SIGCONT); }
+    FrozenServer(const FrozenServer&) = delete;
+    FrozenServer& operator=(const FrozenServer&) = delete;
+
+  private:
+    void signal(int number) const {
+        for (const pid_t pid : m_pids) {
+            ::kill(pid, number);
+        }
+    }
+    std::vector<pid_t> m_pids;
+};
+
+// One unit a thread tried: two rows written together, or a read.
+struct Unit {
+    long id = 0;  // the first of its two rows; 0 for a read
+    unsigned long code = 0;
+    ErrorCategory category = ErrorCategory::None;
+    Clock::duration took{};  // of its longest call
+};
+
+// A call of the unit: its code and time are the unit's when it fails or
+// takes longer than the calls before it.
+template <typename Call>
+bool step(Unit& unit, Call&& call) {
+    const Clock::time_point start = Clock::now();
+    const unsigned long code = call();
+    unit.took = std::max(unit.took, Clock::now() - start);
+    if (code != 0) {
+        unit.code = code;
+        unit.category = lastError().category;
+    }
+    return code == 0;
+}
+
+std::string insertSql(long id) {
+    return "insert into t values (" + std::to_string(id) + ")";
+}
+
+// kind 0: a read; 1: both rows in one statement; 2: a row each in a transaction.
+Unit runUnit(long kind, long id) {
+    Unit unit;
+    unit.id = kind == 0 ? 0 : id;
+    if (kind == 0) {
+        step(unit, [] {
+            unsigned long code = 0;
+            readRows(sqlText("select count(*) from t"), 1, &code);
+            return code;
+        });
+    } else if (kind == 1) {
+        step(unit, [&] {
+            return runWrite("insert into t values (" + std::to_string(id) + "), (" +
+                            std::to_string(id + 1) + ")");
+        });
+    } else {
+        Database db;
+        const bool done = step(unit, [&] { return db->beginTransaction(); }) &&
+                          step(unit, [&] { return db->execWriteSQL(sqlText(insertSql(id))); }) &&
+                          step(unit, [&] { return db->execWriteSQL(sqlText(insertSql(id + 1))); }) &&
+                          step(unit, [&] { return db->commitTransaction(); });
+        if (!done) {
+            Unit rollback;
+            step(rollback, [&] { return db->rollbackTransaction(); });
+            unit.took = std::max(unit.took, rollback.took);
+        }
+    }
+    return unit;
+}
+
+class PgStallTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        if (postgresUrl().empty()) {
+            GTEST_SKIP() << kNoServer;
+        }
+        m_schema = uniqueSchemaName();
+        ASSERT_TRUE(adminExecute("create schema " + m_schema));
+        ASSERT_TRUE(adminExecute("create table " + m_schema + ".t(id bigint primary key)"));
+    }
+    void TearDown() override {
+        if (!m_schema.empty()) {
+            unbindDataSource("default");
+            closeAllConnections();
+            adminExecute("drop schema " + m_schema + " cascade");
+        }
+    }
+
+    // Binds "default" to url (the server's, or the proxy's) with the call timeout.
+    void bindThrough(const std::string& url) {
+        const std::string schemaUrl = withOptions(url, "options=-c%20search_path%3D" + m_schema);
+        ASSERT_EQ(bindDataSource("default", withOptions(schemaUrl, "vorn_call_timeout=" +
+                                                                       std::to_string(kCallTimeout.count()))),
+                  0u);
+    }
+
+    // Four threads write and read while fault() runs between two quiet spells.
+    std::vector<Unit> workload(const std::function<void()>& fault) {
+        std::atomic<bool> stop{false};
+        std::mutex mutex;
+        std::vector<Unit> units;
+        std::vector<std::thread> threads;
+        for (long thread = 1; thread <= 4; ++thread) {
+            threads.emplace_back([&, thread] {
+                for (long i = 0; !stop; ++i) {
+                    const Unit unit = runUnit(i % 3, thread * 1000000 + i * 2);
+                    std::lock_guard<std::mutex> lock(mutex);
+                    units.push_back(unit);
+                }
+            });
+        }
+        std::this_thread::sleep_for(milliseconds(500));
+        fault();
+        std::this_thread::sleep_for(milliseconds(1500));
+        stop = true;
+        for (std::thread& t : threads) {
+            t.join();
+        }
+        return units;
+    }
+
+    // Every call came back in time with a fault's category; every
+    // acknowledged unit is there, no failed one, none in part.
+    void expectEveryUnitAccountedFor(const std::vector<Unit>& units) {
+        std::set<long> stored;
+        for (const auto& row : runQuery("select id from " + m_schema + ".t", 1)) {
+            stored.insert(std::stol(row[0]));
+        }
+        int failed = 0;
+        std::map<std::string, int> byCategory;
+        Clock::duration longest{};
+        for (const Unit& unit : units) {
+            ++byCategory[toString(unit.category)];
+            longest = std::max(longest, unit.took);
+            EXPECT_LT(unit.took, kCallTimeout + kOvertime) << unit.id << " " << toString(unit.category);
+            if (unit.code != 0) {
+                ++failed;
+                EXPECT_TRUE(unit.category == ErrorCategory::Timeout ||
+                            unit.category == ErrorCategory::InDoubt ||
+                            unit.category == ErrorCategory::ConnectionLost)
+                    << toString(unit.category);
+            }
+            if (unit.id == 0) {
+                continue;
+            }
+            const bool first = stored.count(unit.id) != 0;
+            EXPECT_EQ(first, stored.count(unit.id + 1) != 0) << "unit " << unit.id << " in part";
+            if (unit.code == 0) {
+                EXPECT_TRUE(first) << "acknowledged unit " << unit.id << " missing";
+            } else if (unit.category != ErrorCategory::InDoubt) {
+                EXPECT_FALSE(first) << "failed unit " << unit.id << " stored";
+            }
+        }
+        EXPECT_GT(failed, 0) << "the fault reached no call";
+        std::cout << units.size() << " units, longest call "
+                  << std::chrono::duration_cast<milliseconds>(longest).count() << " ms:";
+        for (const auto& [category, count] : byCategory) {
+            std::cout << " " << category << " " << count;
+        }
+        std::cout << "\n";
+        EXPECT_EQ(runWrite("insert into t values (1)"), 0u) << "the session is not usable again";
+    }
+
+    std::string m_schema;
+};
+
+TEST_F(PgStallTest, AStoppedServerHoldsNoCallBeyondItsDeadline) {
+    bindThrough(postgresUrl());
+    const Rows directory =
+        runQuery("select setting from pg_settings where name = 'data_directory'", 1);
+    ASSERT_EQ(directory.size(), 1u);
+    expectEveryUnitAccountedFor(workload([&] {
+        const FrozenServer frozen(serverProcesses(directory[0][0]));
+        std::this_thread::sleep_for(kFault);
+    }));
+}
+
+TEST_F(PgStallTest, AProxyThatStopsForwardingHoldsNoCallBeyondItsDeadline) {
+    const std::string url = postgresUrl();
+    const std::size_t colon = url.rfind(':');
+    const std::size_t slash = url.find('/', colon);
+    TcpProxy proxy(std::stoi(url.substr(colon + 1, slash - colon - 1)));
+    ASSERT_NE(proxy.port(), 0);
+    bindThrough(url.substr(0, colon + 1) + std::to_string(proxy.port()) + url.substr(slash));
+    expectEveryUnitAccountedFor(workload([&] {
+        proxy.stall(true);
+        std::this_thread::sleep_for(kFault);
+        proxy.stall(false);
+    }));
+}
+
+}  // namespace
+}  // namespace vorn::test
