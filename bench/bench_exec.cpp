@@ -9,6 +9,7 @@
 #include "soci_read.h"
 #endif
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -39,6 +40,13 @@ void BM_Write_Vorn(benchmark::State& state) {
             break;
         }
     }
+}
+
+// The same calls, each bound by a deadline (a day away: the bound is
+// checked, never met).
+void BM_Write_VornDeadline(benchmark::State& state) {
+    const vorn::CallDeadline deadline(std::chrono::hours(24));
+    BM_Write_Vorn(state);
 }
 
 void BM_Write_RawSqlite(benchmark::State& state) {
@@ -77,6 +85,11 @@ void BM_WriteInTransaction_RawSqlite(benchmark::State& state) {
 }
 
 void BM_Read100k_Vorn(benchmark::State& state) {
+    vorn::bench::readThroughLibrary(state, kSelect);
+}
+
+void BM_Read100k_VornDeadline(benchmark::State& state) {
+    const vorn::CallDeadline deadline(std::chrono::hours(24));
     vorn::bench::readThroughLibrary(state, kSelect);
 }
 
@@ -124,11 +137,13 @@ bool sameValuesRead() {
 }
 
 BENCHMARK(BM_Write_Vorn);
+BENCHMARK(BM_Write_VornDeadline);
 BENCHMARK(BM_Write_RawSqlite);
 BENCHMARK(BM_WriteInTransaction_Vorn);
 BENCHMARK(BM_WriteInTransaction_RawSqlite);
 BENCHMARK(BM_Read100k_Vorn)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Read100k_RawSqlite)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Read100k_VornDeadline)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
@@ -152,5 +167,8 @@ int main(int argc, char** argv) {
          {"write, inside a transaction", "BM_WriteInTransaction_Vorn",
           "BM_WriteInTransaction_RawSqlite"},
          {"read 100,000 rows (long, string, double)", "BM_Read100k_Vorn", "BM_Read100k_RawSqlite"},
-         {"read 100,000 rows vs SOCI (chunks of 1,000)", "BM_Read100k_Vorn", "BM_Read100k_Soci"}});
+         {"read 100,000 rows vs SOCI (chunks of 1,000)", "BM_Read100k_Vorn", "BM_Read100k_Soci"},
+         {"write with a deadline vs without", "BM_Write_VornDeadline", "BM_Write_Vorn", true},
+         {"read with a deadline vs without", "BM_Read100k_VornDeadline", "BM_Read100k_Vorn",
+          true}});
 }

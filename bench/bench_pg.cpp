@@ -7,6 +7,7 @@
 #include <libpq-fe.h>
 
 #include <charconv>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -106,6 +107,30 @@ void BM_PgRead100k_Vorn(benchmark::State& state) {
     vorn::bench::readThroughLibrary(state, kSelect);
 }
 
+void BM_PgWrite_Vorn(benchmark::State& state) {
+    CVORN* db = nullptr;
+    GuardDB guard("TaskDB", db, false);
+    CVORNsqlstr insert;
+    insert.assign("insert into bench_pg_write values (1, 'alarm', 2.5)");
+    for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
+        if (db->execWriteSQL(insert) != 0) {
+            state.SkipWithError("write failed");
+            break;
+        }
+    }
+}
+
+// The same calls, each bound by a deadline (a day away: checked, never met).
+void BM_PgWrite_VornDeadline(benchmark::State& state) {
+    const vorn::CallDeadline deadline(std::chrono::hours(24));
+    BM_PgWrite_Vorn(state);
+}
+
+void BM_PgRead100k_VornDeadline(benchmark::State& state) {
+    const vorn::CallDeadline deadline(std::chrono::hours(24));
+    vorn::bench::readThroughLibrary(state, kSelect);
+}
+
 // One PQexec of the whole result, each field converted with std::from_chars;
 // false when the read failed.
 template <class Visit>
@@ -151,6 +176,9 @@ BENCHMARK(BM_PgBatch100k_Vorn)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_PgBatch100k_Copy)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_PgRead100k_Vorn)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_PgRead100k_Libpq)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PgRead100k_VornDeadline)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PgWrite_Vorn);
+BENCHMARK(BM_PgWrite_VornDeadline);
 
 }  // namespace
 
@@ -168,7 +196,8 @@ int main(int argc, char** argv) {
         (void)std::fprintf(stderr, "bench_pg: cannot bind the default session\n");
         return 1;
     }
-    for (const char* table : {"bench_pg_batch_vorn", "bench_pg_batch_copy", "bench_pg_read"}) {
+    for (const char* table :
+         {"bench_pg_batch_vorn", "bench_pg_batch_copy", "bench_pg_read", "bench_pg_write"}) {
         rawExec(std::string("drop table if exists ") + table);
         rawExec(std::string("create table ") + table + " (id int8, name text, value float8)");
     }
@@ -190,8 +219,13 @@ int main(int argc, char** argv) {
                                    {{"batch of 100,000 rows (int8, text, float8) vs COPY",
                                      "BM_PgBatch100k_Vorn", "BM_PgBatch100k_Copy"},
                                     {"read 100,000 rows (long, string, double) vs PQexec",
-                                     "BM_PgRead100k_Vorn", "BM_PgRead100k_Libpq"}});
-    for (const char* table : {"bench_pg_batch_vorn", "bench_pg_batch_copy", "bench_pg_read"}) {
+                                     "BM_PgRead100k_Vorn", "BM_PgRead100k_Libpq"},
+                                    {"read with a deadline vs without",
+                                     "BM_PgRead100k_VornDeadline", "BM_PgRead100k_Vorn"},
+                                    {"write with a deadline vs without", "BM_PgWrite_VornDeadline",
+                                     "BM_PgWrite_Vorn"}});
+    for (const char* table :
+         {"bench_pg_batch_vorn", "bench_pg_batch_copy", "bench_pg_read", "bench_pg_write"}) {
         rawExec(std::string("drop table if exists ") + table);
     }
     PQfinish(g_raw);
