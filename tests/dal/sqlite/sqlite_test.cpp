@@ -42,7 +42,8 @@ TEST_F(SqliteTest, IntegersAndRealsComeAsNumbersToATargetThatTakesThem) {
 
 TEST_F(SqliteTest, UrlOptionsApplyAndMalformedOnesAreRefused) {
     seed();
-    const std::string options = "?busy_timeout=100&journal_mode=delete&synchronous=normal";
+    const std::string options = "?busy_timeout=100&journal_mode=delete&synchronous=normal"
+                                "&vorn_call_timeout=60000&VORN_MAX_CONNECTIONS=2";
     ASSERT_EQ(bindDataSource("x.options", "sqlite:" + m_dir.file("other.db") + options), 0U);
     EXPECT_EQ(query("x.options", "pragma journal_mode"), (Rows{{"delete"}}));
     EXPECT_EQ(query("x.options", "pragma synchronous"), (Rows{{"1"}}));
@@ -59,6 +60,9 @@ TEST_F(SqliteTest, UrlOptionsApplyAndMalformedOnesAreRefused) {
         {m_url + "?busy_timeout=-1", "busy_timeout"},
         {m_url + "?password=s3cret", "unknown option \"password\""},
         {m_url + "?mode", "has no value"},
+        {m_url + "?vorn_call_timeout=0", "vorn_call_timeout must be"},
+        {m_url + "?vorn_call_timeout=5s", "vorn_call_timeout must be"},
+        {m_url + "?vorn_max_connections=", "vorn_max_connections must be"},
     };
     for (const auto& c : malformed) {
         EXPECT_EQ(bindDataSource("x.bad", c.url), errc::kDataSourceInvalid) << c.url;
