@@ -214,16 +214,14 @@ int main(int argc, char** argv) {
         return 1;
     }
 
-    const int status =
-        vorn::bench::runWithRatios(argc, argv,
-                                   {{"batch of 100,000 rows (int8, text, float8) vs COPY",
-                                     "BM_PgBatch100k_Vorn", "BM_PgBatch100k_Copy"},
-                                    {"read 100,000 rows (long, string, double) vs PQexec",
-                                     "BM_PgRead100k_Vorn", "BM_PgRead100k_Libpq"},
-                                    {"read with a deadline vs without",
-                                     "BM_PgRead100k_VornDeadline", "BM_PgRead100k_Vorn"},
-                                    {"write with a deadline vs without", "BM_PgWrite_VornDeadline",
-                                     "BM_PgWrite_Vorn"}});
+    const int status = vorn::bench::runWithRatios(
+        argc, argv,
+        {{"batch of 100,000 rows (int8, text, float8) vs COPY", "BM_PgBatch100k_Vorn",
+          "BM_PgBatch100k_Copy"},
+         {"read 100,000 rows (long, string, double) vs PQexec", "BM_PgRead100k_Vorn",
+          "BM_PgRead100k_Libpq"},
+         {"read with a deadline vs without", "BM_PgRead100k_VornDeadline", "BM_PgRead100k_Vorn"},
+         {"write with a deadline vs without", "BM_PgWrite_VornDeadline", "BM_PgWrite_Vorn"}});
     for (const char* table :
          {"bench_pg_batch_vorn", "bench_pg_batch_copy", "bench_pg_read", "bench_pg_write"}) {
         rawExec(std::string("drop table if exists ") + table);

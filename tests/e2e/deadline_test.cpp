@@ -25,9 +25,10 @@ constexpr milliseconds kOvertime{1000};
 // A statement that runs far longer than any test waits.
 std::string endless(bool write) {
     const std::string rows =
-        onPostgres() ? "select count(*) from generate_series(1, 100000) a, generate_series(1, 100000) b"
-                     : "with recursive c(x) as (select 1 union all select x + 1 from c) "
-                       "select count(*) from c";
+        onPostgres()
+            ? "select count(*) from generate_series(1, 100000) a, generate_series(1, 100000) b"
+            : "with recursive c(x) as (select 1 union all select x + 1 from c) "
+              "select count(*) from c";
     return write ? "insert into kept(id, name) " +
                        std::string(onPostgres() ? "select 4, 'x' from (" + rows + ") n"
                                                 : "with recursive c(x) as (select 1 union all "
@@ -83,8 +84,9 @@ class DeadlineTest : public StoreTest {
 TEST_F(DeadlineTest, ALongStatementEndsAtTheDeadlineOfItsThreadOrOfItsDataSource) {
     for (const bool fromSource : {false, true}) {
         for (const bool write : {false, true}) {
-            const std::string what = std::string(fromSource ? "vorn_call_timeout" : "CallDeadline") +
-                                     (write ? ", write" : ", read");
+            const std::string what =
+                std::string(fromSource ? "vorn_call_timeout" : "CallDeadline") +
+                (write ? ", write" : ", read");
             if (fromSource) {
                 bindWithCallTimeout();
             }

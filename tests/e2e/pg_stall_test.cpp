@@ -117,7 +117,8 @@ class TcpProxy {
         }
         char buffer[65536];
         const ssize_t got = ::read(fd, buffer, sizeof buffer);
-        if (got > 0 && ::send(found->second, buffer, static_cast<std::size_t>(got), MSG_NOSIGNAL) == got) {
+        if (got > 0 &&
+            ::send(found->second, buffer, static_cast<std::size_t>(got), MSG_NOSIGNAL) == got) {
             return;
         }
         const int peer = found->second;
@@ -214,10 +215,11 @@ Unit runUnit(long kind, long id) {
         });
     } else {
         Database db;
-        const bool done = step(unit, [&] { return db->beginTransaction(); }) &&
-                          step(unit, [&] { return db->execWriteSQL(sqlText(insertSql(id))); }) &&
-                          step(unit, [&] { return db->execWriteSQL(sqlText(insertSql(id + 1))); }) &&
-                          step(unit, [&] { return db->commitTransaction(); });
+        const bool done =
+            step(unit, [&] { return db->beginTransaction(); }) &&
+            step(unit, [&] { return db->execWriteSQL(sqlText(insertSql(id))); }) &&
+            step(unit, [&] { return db->execWriteSQL(sqlText(insertSql(id + 1))); }) &&
+            step(unit, [&] { return db->commitTransaction(); });
         if (!done) {
             Unit rollback;
             step(rollback, [&] { return db->rollbackTransaction(); });
@@ -248,8 +250,9 @@ class PgStallTest : public ::testing::Test {
     // Binds "default" to url (the server's, or the proxy's) with the call timeout.
     void bindThrough(const std::string& url) {
         const std::string schemaUrl = withOptions(url, "options=-c%20search_path%3D" + m_schema);
-        ASSERT_EQ(bindDataSource("default", withOptions(schemaUrl, "vorn_call_timeout=" +
-                                                                       std::to_string(kCallTimeout.count()))),
+        ASSERT_EQ(bindDataSource("default",
+                                 withOptions(schemaUrl, "vorn_call_timeout=" +
+                                                            std::to_string(kCallTimeout.count()))),
                   0u);
     }
 
@@ -291,7 +294,8 @@ class PgStallTest : public ::testing::Test {
         for (const Unit& unit : units) {
             ++byCategory[toString(unit.category)];
             longest = std::max(longest, unit.took);
-            EXPECT_LT(unit.took, kCallTimeout + kOvertime) << unit.id << " " << toString(unit.category);
+            EXPECT_LT(unit.took, kCallTimeout + kOvertime)
+                << unit.id << " " << toString(unit.category);
             if (unit.code != 0) {
                 ++failed;
                 EXPECT_TRUE(unit.category == ErrorCategory::Timeout ||

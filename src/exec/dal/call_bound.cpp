@@ -128,8 +128,8 @@ WaitEnd waitForSocket(int fd, short events, CallClock::time_point limit) noexcep
             return WaitEnd::Expired;
         }
         const auto slice = std::min<CallClock::duration>(end - now, kWaitSlice);
-        const int ms = static_cast<int>(
-            std::chrono::ceil<std::chrono::milliseconds>(slice).count());
+        const int ms =
+            static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(slice).count());
         const int ready = ::poll(&entry, 1, ms);
         if (ready > 0) {
             return WaitEnd::Ready;

@@ -12,6 +12,10 @@ namespace vorn::dal {
 
 using CallClock = std::chrono::steady_clock;
 
+// The longest the library's own steps take when the call has no nearer
+// deadline: a caller's rollback, and undoing a unit that failed.
+inline constexpr std::chrono::milliseconds kOwnStepBound{10000};
+
 // The bound of one call of the executor or the reader, current on its thread
 // while it lives. Calls do not nest: a bound made inside another call's (the
 // library's own steps) keeps the outer one's start and tightens its deadline.

@@ -115,6 +115,7 @@ ExecResult DataSession::commit() {
 
 ExecResult DataSession::rollback() {
     const dal::CallBound bound(m_state->name);
+    dal::limitCall(dal::kOwnStepBound);
     ExecResult status = m_state->connect();
     return status.ok() ? m_state->connection->rollback() : status;
 }

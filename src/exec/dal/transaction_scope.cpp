@@ -1,5 +1,7 @@
 #include "exec/dal/transaction_scope.h"
 
+#include "exec/dal/call_bound.h"
+
 namespace vorn::dal {
 namespace {
 
@@ -40,6 +42,7 @@ void TransactionScope::undo() noexcept {
         return;
     }
     m_open = false;
+    limitCall(kOwnStepBound);
     // The unit has failed already: what undoing it returns changes nothing
     // for the caller, who gets the first failure.
     if (m_kind == Kind::Savepoint) {

@@ -42,8 +42,9 @@ TEST_F(SqliteTest, IntegersAndRealsComeAsNumbersToATargetThatTakesThem) {
 
 TEST_F(SqliteTest, UrlOptionsApplyAndMalformedOnesAreRefused) {
     seed();
-    const std::string options = "?busy_timeout=100&journal_mode=delete&synchronous=normal"
-                                "&vorn_call_timeout=60000&VORN_MAX_CONNECTIONS=2";
+    const std::string options =
+        "?busy_timeout=100&journal_mode=delete&synchronous=normal"
+        "&vorn_call_timeout=60000&VORN_MAX_CONNECTIONS=2";
     ASSERT_EQ(bindDataSource("x.options", "sqlite:" + m_dir.file("other.db") + options), 0U);
     EXPECT_EQ(query("x.options", "pragma journal_mode"), (Rows{{"delete"}}));
     EXPECT_EQ(query("x.options", "pragma synchronous"), (Rows{{"1"}}));

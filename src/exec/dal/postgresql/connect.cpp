@@ -27,9 +27,9 @@ PGconn* openConnection(const PgSettings& settings, bool& expired) {
     settings.connectParameters(keywords, values);
     expired = false;
     if (!settings.severalServers) {
-        return pgConnectWithin(keywords.data(), values.data(),
-                               CallClock::now() + std::chrono::seconds(settings.connectTimeoutSeconds),
-                               expired);
+        return pgConnectWithin(
+            keywords.data(), values.data(),
+            CallClock::now() + std::chrono::seconds(settings.connectTimeoutSeconds), expired);
     }
     std::string timeout;
     const CallClock::time_point deadline = callDeadline();
@@ -54,12 +54,12 @@ PGconn* connectOnce(const PgSettings& settings, const std::vector<std::string>& 
     PGconn* conn = openConnection(settings, expired);
     if (expired && (conn == nullptr || PQstatus(conn) != CONNECTION_OK)) {
         PQfinish(conn);
-        status = callExpired() ? pgFailure(pgstate::kQueryCanceled,
-                                           std::string("connecting to PostgreSQL: ") +
-                                               callEndReason())
-                               : pgFailure(pgstate::kCannotConnect,
-                                           "cannot connect to PostgreSQL: no answer within "
-                                           "connect_timeout");
+        status = callExpired()
+                     ? pgFailure(pgstate::kQueryCanceled,
+                                 std::string("connecting to PostgreSQL: ") + callEndReason())
+                     : pgFailure(pgstate::kCannotConnect,
+                                 "cannot connect to PostgreSQL: no answer within "
+                                 "connect_timeout");
         return nullptr;
     }
     if (conn == nullptr) {

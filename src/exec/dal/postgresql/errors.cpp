@@ -23,24 +23,12 @@ using C = ErrorCategory;
 // The first rule that applies wins: single states before classes, so that
 // 42501 is a refused permission although class 42 is syntax.
 constexpr PgRule kRules[] = {
-    {"00000", C::None},
-    {"57P01", C::ConnectionLost},
-    {"57P02", C::ConnectionLost},
-    {"57P03", C::ConnectionLost},
-    {"57014", C::Timeout},
-    {"25P03", C::Timeout},
-    {"57P05", C::Timeout},
-    {"40001", C::Busy},
-    {"40P01", C::Busy},
-    {"55P03", C::Busy},
-    {"55006", C::Busy},
-    {"42501", C::Permission},
-    {"25006", C::Permission},
-    {"08007", C::InDoubt},
-    {"08", C::ConnectionLost},
-    {"23", C::Constraint},
-    {"28", C::Permission},
-    {"42", C::Syntax},
+    {"00000", C::None},           {"57P01", C::ConnectionLost}, {"57P02", C::ConnectionLost},
+    {"57P03", C::ConnectionLost}, {"57014", C::Timeout},        {"25P03", C::Timeout},
+    {"57P05", C::Timeout},        {"40001", C::Busy},           {"40P01", C::Busy},
+    {"55P03", C::Busy},           {"55006", C::Busy},           {"42501", C::Permission},
+    {"25006", C::Permission},     {"08007", C::InDoubt},        {"08", C::ConnectionLost},
+    {"23", C::Constraint},        {"28", C::Permission},        {"42", C::Syntax},
     {"22", C::InvalidValue},
 };
 

@@ -94,8 +94,9 @@ ExecResult PgLink::gaveUpFailure(std::string_view sql, bool callerTransaction) {
     std::string detail = std::string(callEndReason()) +
                          " and PostgreSQL did not answer the cancel; the connection was closed";
     if (pgInDoubtWhenCut(sql, callerTransaction)) {
-        return pgFailure(pgstate::kTransactionResolutionUnknown,
-                         detail + ": the statement was sent, and whether it took effect is unknown");
+        return pgFailure(
+            pgstate::kTransactionResolutionUnknown,
+            detail + ": the statement was sent, and whether it took effect is unknown");
     }
     return pgFailure(pgstate::kQueryCanceled,
                      callerTransaction ? detail + " and the open transaction rolled back" : detail);
@@ -116,9 +117,10 @@ ExecResult PgLink::failureOf(const PGresult* failure, bool connectionFailed, std
         return gaveUpFailure(sql, callerTransaction);
     }
     ExecResult status = pgResultFailure(failure, m_conn);
-    if (inOvertime() && status.errorCode() == platform::pgCodeFromSqlstate(pgstate::kQueryCanceled)) {
-        status = ExecResult::failure(status.errorCode(), status.detail().value_or("") + " (" +
-                                                             callEndReason() + ")");
+    if (inOvertime() &&
+        status.errorCode() == platform::pgCodeFromSqlstate(pgstate::kQueryCanceled)) {
+        status = ExecResult::failure(status.errorCode(),
+                                     status.detail().value_or("") + " (" + callEndReason() + ")");
     }
     if (failure != nullptr && pgMultipleStatementsRefused(failure, sql)) {
         status =

@@ -86,11 +86,10 @@ ExecResult sqliteFailure(sqlite3* db) {
     const int primary = code & 0xff;
     if ((primary == SQLITE_INTERRUPT || primary == SQLITE_BUSY) && callExpired()) {
         // A wait for a lock the call's end cut short is its time-out too.
-        return ExecResult::failure(SQLITE_INTERRUPT,
-                                   std::string(primary == SQLITE_BUSY
-                                                   ? "gave up waiting for a lock: "
-                                                   : "interrupted: ") +
-                                       callEndReason());
+        return ExecResult::failure(
+            SQLITE_INTERRUPT,
+            std::string(primary == SQLITE_BUSY ? "gave up waiting for a lock: " : "interrupted: ") +
+                callEndReason());
     }
     return ExecResult::failure(static_cast<std::uint64_t>(code), sqlite3_errmsg(db));
 }
