@@ -229,13 +229,13 @@ ExecResult PgLink::feedCopy(PgCopyFeed feed, bool& sent, PgResult& result) {
     PgCopyStream stream(m_conn);
     const ExecResult fed = feed(stream);
     sent = stream.finish();
-    m_gaveUp = stream.gaveUp();
+    m_gaveUp = m_gaveUp || stream.gaveUp();
     if (sent) {
         sent = PQputCopyEnd(m_conn, fed.ok() ? nullptr : "batch refused by the client") == 1;
     }
     if (sent) {
         const PgWait flushed = pgFlushAll(m_conn);
-        m_gaveUp = flushed == PgWait::GiveUp;
+        m_gaveUp = m_gaveUp || flushed == PgWait::GiveUp;
         sent = flushed == PgWait::Ready;
     }
     PQsetnonblocking(m_conn, 0);
