@@ -28,6 +28,10 @@
 /// a code of category ErrorCategory::InDoubt (SQLSTATE 08007): the unit may
 /// or may not have taken effect, and only reading the store can tell.
 ///
+/// A call still waiting for a connection of its data source's connection
+/// budget then returns errc::kTooManyConnections (ErrorCategory::Busy) instead:
+/// nothing ran (see `<vorn/connections.h>`).
+///
 /// On PostgreSQL the statement is cancelled on the server at the deadline; if
 /// the server does not answer the cancel within a second, the connection is
 /// given up (never reused in an unknown state) and the next call opens a new

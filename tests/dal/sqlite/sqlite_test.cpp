@@ -59,6 +59,8 @@ TEST_F(SqliteTest, UrlOptionsApplyAndMalformedOnesAreRefused) {
         {m_url + "?busy_timeout=-1", "busy_timeout"},
         {m_url + "?password=s3cret", "unknown option \"password\""},
         {m_url + "?mode", "has no value"},
+        {m_url + "?vorn_max_connections=0", "vorn_max_connections must be a number from 1"},
+        {m_url + "?vorn_max_connections=4x", "vorn_max_connections must be a number from 1"},
     };
     for (const auto& c : malformed) {
         EXPECT_EQ(bindDataSource("x.bad", c.url), errc::kDataSourceInvalid) << c.url;

@@ -86,6 +86,11 @@ class PgLink {
     std::shared_ptr<PgLink> reopen(platform::ExecResult& status) const;
 
     bool broken() const noexcept { return m_broken; }
+    // Whether the connection, idle between two calls, is still open: false
+    // (and broken from then on) when the server closed it; its socket, -1
+    // once broken (link_idle.cpp).
+    bool stillOpen();
+    int socket() const noexcept;
     const PgSettings& settings() const noexcept { return m_settings; }
     PGTransactionStatusType transactionStatus() const { return PQtransactionStatus(m_conn); }
     // Every transaction open on the connection is the caller's: the library
