@@ -52,7 +52,9 @@ namespace vorn {
 /// @endcode
 class VORN_API CallDeadline {
   public:
+    /// Sets the deadline timeout from now (never later than an outer scope's).
     explicit CallDeadline(std::chrono::milliseconds timeout) noexcept;
+    /// Restores the deadline of the enclosing scope, if any.
     ~CallDeadline();
     CallDeadline(const CallDeadline&) = delete;
     CallDeadline& operator=(const CallDeadline&) = delete;
