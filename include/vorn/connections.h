@@ -11,6 +11,26 @@
 /// The library's open connections: one per thread and session name, opened at
 /// the first call that needs it and kept for the calls after it.
 ///
+/// A data source may bound them: with "vorn_max_connections=<n>" in its URL
+/// at most n connections are open to it at once, counted over every thread
+/// and every session name bound to the same URL. A call that needs a new
+/// connection when all n are open takes over one that another thread (or
+/// another session name of its own thread) holds idle, i.e. with no
+/// transaction open and no reader or session holding it: the connection moves
+/// to the calling thread, still used by one thread at a time. A transaction or
+/// an open reader keeps its connection. With none idle, the call waits for one
+/// to be closed or to go idle, up to its deadline (`<vorn/deadline.h>`; 10 s,
+/// the default connect timeout, when it has none) or a cancelCalls(), and
+/// then fails, having run nothing, with errc::kTooManyConnections
+/// (ErrorCategory::Busy, SQLSTATE 53300). A call that has its thread's
+/// connection pays nothing for the budget.
+///
+/// A connection idle for a second or more is checked before use (outside a
+/// transaction): one the server or a middlebox closed meanwhile is replaced,
+/// and the call does not fail. A rollback on a lost connection succeeds at
+/// once, and a commit on one already known lost fails at once with the
+/// store's code of a lost connection; neither opens a new connection.
+///
 /// A connection is closed
 ///   - when its thread ends;
 ///   - by closeConnections() (the calling thread's) or closeAllConnections()

@@ -28,6 +28,10 @@
 /// a code of category ErrorCategory::InDoubt (SQLSTATE 08007): the unit may
 /// or may not have taken effect, and only reading the store can tell.
 ///
+/// A call still waiting for a connection of its data source's connection
+/// budget then returns errc::kTooManyConnections (ErrorCategory::Busy) instead:
+/// nothing ran (see `<vorn/connections.h>`).
+///
 /// On PostgreSQL the statement is cancelled on the server at the deadline; if
 /// the server does not answer the cancel within a second, the connection is
 /// given up (never reused in an unknown state) and the next call opens a new
@@ -48,7 +52,9 @@ namespace vorn {
 /// @endcode
 class VORN_API CallDeadline {
   public:
+    /// Sets the deadline timeout from now (never later than an outer scope's).
     explicit CallDeadline(std::chrono::milliseconds timeout) noexcept;
+    /// Restores the deadline of the enclosing scope, if any.
     ~CallDeadline();
     CallDeadline(const CallDeadline&) = delete;
     CallDeadline& operator=(const CallDeadline&) = delete;

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <future>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -60,9 +61,17 @@ class DeadlineTest : public StoreTest {
   protected:
     void prepare() override { seedKept(); }
 
-    // Binds "default" to its store again, with vorn_call_timeout.
-    void bindWithCallTimeout() {
-        const std::string option = "vorn_call_timeout=" + std::to_string(kDeadline.count());
+    // Binds "default" to its store again, with vorn_call_timeout (and on
+    // PostgreSQL a row per round trip, so that a read's rows come by fetch).
+    void bindWithCallTimeout(bool timeout = true) {
+        if (!timeout && !onPostgres()) {
+            return;
+        }
+        std::string option = timeout ? "vorn_call_timeout=" + std::to_string(kDeadline.count())
+                                     : "vorn_fetch_rows=1";
+        if (onPostgres() && timeout) {
+            option += "&vorn_fetch_rows=1";
+        }
         const std::string url = onPostgres() ? withOptions(m_stores.at("default").url, option)
                                              : "sqlite:" + m_dir.file("default.db") + "?" + option;
         ASSERT_EQ(bindDataSource("default", url), 0u);
@@ -100,6 +109,49 @@ TEST_F(DeadlineTest, ALongStatementEndsAtTheDeadlineOfItsThreadOrOfItsDataSource
             expectTimedOut(out, kDeadline, what);
             expectStoreIntact(what);
         }
+    }
+}
+
+// A thousand rows come at once (more than a server sends in one go), the
+// last takes for ever.
+std::string slowLastRow() {
+    const std::string rows = onPostgres() ? "generate_series(1, 1000) g"
+                                          : "(with recursive s(g) as (select 1 union all "
+                                            "select g + 1 from s where g < 1000) select g from s)";
+    const std::string forever =
+        onPostgres() ? "(select count(*) from pg_sleep(3600))"
+                     : "(with recursive c(x) as (select 1 union all select x + 1 from c) "
+                       "select count(*) from c)";
+    const std::string padding = onPostgres() ? "repeat('x', 100)" : "printf('%100d', g)";
+    return "select case when g = 1000 then " + forever + " else g end, " + padding + " from " +
+           rows;
+}
+
+TEST_F(DeadlineTest, EachFetchOfAReaderEndsAtTheDeadlineOfItsThreadOrOfItsDataSource) {
+    for (const bool fromSource : {false, true}) {
+        const std::string what = fromSource ? "vorn_call_timeout" : "CallDeadline";
+        bindWithCallTimeout(fromSource);
+        std::optional<CallDeadline> deadline;
+        Outcome out;
+        {
+            OpenQuery query(slowLastRow());
+            ASSERT_EQ(query.code, 0u) << what;
+            if (!fromSource) {
+                deadline.emplace(kDeadline);
+            }
+            const Clock::time_point start = Clock::now();
+            int rows = 0;
+            while (query.reader.hasNextElement()) {
+                ++rows;
+            }
+            EXPECT_EQ(rows, 999) << what;
+            out.took = Clock::now() - start;
+            out.error = lastError();
+            out.code = out.error.code;
+        }
+        deadline.reset();
+        expectTimedOut(out, kDeadline, what);
+        expectStoreIntact(what);
     }
 }
 

@@ -192,6 +192,9 @@ TEST(ErrorCategory, LibraryRefusals) {
         SCOPED_TRACE(code);
         expectClassified(code, "no such table: x", false, {ErrorCategory::Refused, sqlstate}, 0);
     }
+    // No connection within the data source's budget: the store is busy, not
+    // the call refused.
+    expectClassified(errc::kTooManyConnections, "", false, {ErrorCategory::Busy, "53300"}, 0);
     expectClassified(1, "syntax error", true, {ErrorCategory::Refused, ""}, 0);
     // Without the flag, 1 is SQLite's SQLITE_ERROR.
     expectClassified(1, "syntax error", false, {ErrorCategory::Syntax, "42601"}, 1);

@@ -180,10 +180,16 @@ class VORN_API DataSession {
     ExecResult beginTransaction();
     /// Commits the transaction of this session name on the calling thread.
     /// Without one, SQLite returns its error; PostgreSQL only warns, so the
-    /// call succeeds (and an information line is logged).
+    /// call succeeds (and an information line is logged). On a connection
+    /// already known lost (a call met the loss, or it was found closed while
+    /// idle) it fails at once with the store's code of a lost connection
+    /// (ErrorCategory::ConnectionLost; SQLSTATE 08006 on PostgreSQL), and no
+    /// new connection is opened.
     ExecResult commit();
     /// Rolls back the transaction of this session name on the calling thread;
-    /// without one, as commit().
+    /// without one, as commit(). On a lost connection it succeeds at once,
+    /// without opening a new one: the store rolled the transaction back when
+    /// the connection went.
     ExecResult rollback();
 
     /// Runs exactly one statement; text holding a second statement after the

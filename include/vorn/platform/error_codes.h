@@ -42,6 +42,11 @@ inline constexpr std::uint64_t kUnusedParameter = kAdapterBase + 7;
 /// A bound statement's text holds a '{' that makes no placeholder, or a
 /// parameter marker of the store's own ('?', ':name', '$1'); nothing was run.
 inline constexpr std::uint64_t kMalformedPlaceholder = kAdapterBase + 8;
+/// The call needed a new connection to a data source whose connections
+/// (`vorn_max_connections`) were all in use, and none was given back by the
+/// call's deadline (10 s when it has none) or before cancelCalls(); nothing
+/// was run. Category Busy, SQLSTATE 53300 (too_many_connections).
+inline constexpr std::uint64_t kTooManyConnections = kAdapterBase + 9;
 }  // namespace errc
 
 /// PostgreSQL errors: 0x5047 ("PG") in the two top bytes, the five ASCII

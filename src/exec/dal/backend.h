@@ -88,6 +88,19 @@ class Connection {
     // False once the connection is known to be unusable (e.g. the server went
     // away); the connection cache then opens a new one at the next use.
     virtual bool usable() const { return true; }
+    // Asked by the connection cache before it hands out a connection that has
+    // been idle (no session holds it): false when the store is found to have
+    // closed it meanwhile (a server restart, an administrator, a middlebox's
+    // idle timeout), and usable() is false from then on. Cheap (no round
+    // trip), as it may be asked once a second; a store without a server
+    // keeps the default.
+    virtual bool stillOpen() { return true; }
+    // The descriptor of the connection's socket to its server; -1 for a store
+    // without a server, and once the connection is lost. Closing a connection
+    // under a connection budget, the cache watches it to give the place back
+    // only once the server has ended its side too, so that the server never
+    // counts more connections than the budget.
+    virtual int serverSocket() const { return -1; }
     // Whether a transaction is open, begun by begin() or by a statement; the
     // connection cache never closes a connection while one is.
     virtual bool inTransaction() const = 0;

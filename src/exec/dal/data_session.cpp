@@ -28,12 +28,13 @@ struct SessionState {
     SessionState& operator=(const SessionState&) = delete;
 
     // Takes this thread's connection for the name at the first call that
-    // needs it (again, when the process has forked since).
-    ExecResult connect() {
+    // needs it (again, when the process has forked since). A call that ends a
+    // transaction takes a lost connection as it is (see acquireConnection).
+    ExecResult connect(bool endsTransaction = false) {
         ExecResult status;
         leaveIfInherited();
         if (!connection) {
-            connection = acquireConnection(name, status);
+            connection = acquireConnection(name, status, endsTransaction);
             forkGeneration = dal::forkGeneration();
         }
         return status;
@@ -107,17 +108,26 @@ ExecResult DataSession::beginTransaction() {
     return status.ok() ? m_state->connection->begin() : status;
 }
 
+// On a connection known lost, the store's failure for it at once: nothing
+// was committed.
 ExecResult DataSession::commit() {
     const dal::CallBound bound(m_state->name);
-    ExecResult status = m_state->connect();
+    ExecResult status = m_state->connect(true);
     return status.ok() ? m_state->connection->commit() : status;
 }
 
+// On a lost connection there is nothing left to roll back: the store rolled
+// the transaction back when the connection went. Success, at once and
+// without a new connection; so too when the rollback meets the loss.
 ExecResult DataSession::rollback() {
     const dal::CallBound bound(m_state->name);
     dal::limitCall(dal::kOwnStepBound);
-    ExecResult status = m_state->connect();
-    return status.ok() ? m_state->connection->rollback() : status;
+    ExecResult status = m_state->connect(true);
+    if (!status.ok() || !m_state->connection->usable()) {
+        return status;
+    }
+    status = m_state->connection->rollback();
+    return status.ok() || m_state->connection->usable() ? status : ExecResult();
 }
 
 ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind,
@@ -202,6 +212,7 @@ bool DataSession::fetchRow(ExecResult& status, const TypedRef& rowTarget, int /*
     }
     Row& row = *static_cast<Row*>(rowTarget.object);
     const dal::CallBound bound(m_state->name);
+    dal::limitCall(m_state->connection.callTimeout());
     if (m_state->cursor->fetch(row, status)) {
         if ((rowTarget.type.flags & kFlagNumbersAsValues) == 0) {
             dal::renderNumbers(row);

@@ -43,9 +43,11 @@ struct LayerRule {
     std::uint64_t code;
     const char* name;
     const char* sqlstate;
+    ErrorCategory category = ErrorCategory::Refused;
 };
 
-// The layer's refusals; each comes before anything reaches a store.
+// The layer's own codes; each comes before anything reaches a store. All but
+// the connection budget's are refusals of the call itself.
 constexpr LayerRule kLayerRules[] = {
     {platform::errc::kDataSourceInvalid, "kDataSourceInvalid", "08001"},
     {platform::errc::kMultipleStatements, "kMultipleStatements", "42601"},
@@ -55,6 +57,7 @@ constexpr LayerRule kLayerRules[] = {
     {platform::errc::kInheritedResult, "kInheritedResult", "24000"},
     {platform::errc::kUnusedParameter, "kUnusedParameter", "07001"},
     {platform::errc::kMalformedPlaceholder, "kMalformedPlaceholder", "42601"},
+    {platform::errc::kTooManyConnections, "kTooManyConnections", "53300", ErrorCategory::Busy},
 };
 
 // A store's code the store's backend cannot tell (none should reach here).
@@ -78,7 +81,7 @@ bool isLayerRefusal(std::uint64_t code) noexcept {
 ErrorClass classifyLayerRefusal(std::uint64_t code) {
     for (const LayerRule& rule : kLayerRules) {
         if (rule.code == code) {
-            return {ErrorCategory::Refused, rule.sqlstate, 0};
+            return {rule.category, rule.sqlstate, 0};
         }
     }
     return {ErrorCategory::Refused, "", 0};
@@ -88,8 +91,7 @@ std::vector<ErrorRow> layerRefusalRows() {
     std::vector<ErrorRow> rows;
     rows.push_back({"the library's own code 1", ErrorCategory::Refused, ""});
     for (const LayerRule& rule : kLayerRules) {
-        rows.push_back(
-            {"`errc::" + std::string(rule.name) + "`", ErrorCategory::Refused, rule.sqlstate});
+        rows.push_back({"`errc::" + std::string(rule.name) + "`", rule.category, rule.sqlstate});
     }
     rows.push_back({"any other `errc` code", ErrorCategory::Refused, ""});
     return rows;
@@ -124,12 +126,12 @@ std::string errorCategoryPage() {
     std::string page =
         "# Error categories\n\n"
         "How `vorn::lastError()`, the statistics and the statement events sort a\n"
-        "failed call (see [Diagnostics](diagnostics.md)): the library's own refusals\n"
+        "failed call (see [Diagnostics](diagnostics.md)): the library's own codes\n"
         "first, then the failures of the store the session is bound to. In each\n"
         "table the first row that applies wins. This page is printed from the\n"
         "tables the library classifies with (`tests/unit/error_page_test.cpp`\n"
         "fails when they differ).\n\n";
-    appendTable(page, "The library's refusals", layerRefusalRows());
+    appendTable(page, "The library's own codes", layerRefusalRows());
     for (const Backend* backend : compiledBackends()) {
         if (backend->errorRows != nullptr) {
             page.push_back('\n');

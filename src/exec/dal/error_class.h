@@ -32,7 +32,8 @@ struct ErrorRow {
     std::string sqlstate;
 };
 
-// The layer's own refusals: the codes of vorn/platform/error_codes.h's errc.
+// The layer's own codes (vorn/platform/error_codes.h's errc): refusals, but
+// for errc::kTooManyConnections (Busy).
 bool isLayerRefusal(std::uint64_t code) noexcept;
 ErrorClass classifyLayerRefusal(std::uint64_t code);
 std::vector<ErrorRow> layerRefusalRows();

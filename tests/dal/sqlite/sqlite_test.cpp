@@ -63,7 +63,8 @@ TEST_F(SqliteTest, UrlOptionsApplyAndMalformedOnesAreRefused) {
         {m_url + "?mode", "has no value"},
         {m_url + "?vorn_call_timeout=0", "vorn_call_timeout must be"},
         {m_url + "?vorn_call_timeout=5s", "vorn_call_timeout must be"},
-        {m_url + "?vorn_max_connections=", "vorn_max_connections must be"},
+        {m_url + "?vorn_max_connections=0", "vorn_max_connections must be a number from 1"},
+        {m_url + "?vorn_max_connections=4x", "vorn_max_connections must be a number from 1"},
     };
     for (const auto& c : malformed) {
         EXPECT_EQ(bindDataSource("x.bad", c.url), errc::kDataSourceInvalid) << c.url;

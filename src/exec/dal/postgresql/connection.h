@@ -53,6 +53,10 @@ class PgConnection final : public Connection {
     platform::ExecResult executeBatch(const std::string& sql,
                                       const BatchParameters& parameters) override;
     bool usable() const override { return !m_link.broken(); }
+    // Whether the server sent nothing while the connection was idle: a
+    // connection the server ended (or a middlebox cut) is readable then.
+    bool stillOpen() override { return m_link.stillOpen(); }
+    int serverSocket() const override { return m_link.socket(); }
     // The caller's transaction; the read path's own closes with its reads.
     bool inTransaction() const override { return m_link.callerTransactionOpen(); }
 

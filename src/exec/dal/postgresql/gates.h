@@ -36,6 +36,8 @@ class PgConnectionGate : public PgGate {
         return wire().reopen(status);
     }
     bool broken() const noexcept { return wire().broken(); }
+    bool stillOpen() const { return wire().stillOpen(); }
+    int socket() const noexcept { return wire().socket(); }
     bool callerTransactionOpen() const { return wire().callerTransactionOpen(); }
     bool streaming() const noexcept { return wire().streaming(); }
     platform::ExecResult settle() const { return wire().settle(); }

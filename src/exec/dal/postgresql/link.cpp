@@ -1,5 +1,7 @@
 #include "exec/dal/postgresql/link.h"
 
+#include <sys/socket.h>
+
 #include <string>
 #include <utility>
 
@@ -88,9 +90,19 @@ ExecResult PgLink::lostFailure() const {
                      "the connection to the PostgreSQL server was lost");
 }
 
-ExecResult PgLink::gaveUpFailure(std::string_view sql, bool callerTransaction) {
-    m_broken = true;
+// The server ends the session, and rolls back its transaction, once it sees
+// the connection close: the socket is shut at once, not when the link goes.
+void PgLink::giveUp() {
     m_gaveUp = true;
+    m_broken = true;
+    const int fd = PQsocket(m_conn);
+    if (fd >= 0) {
+        ::shutdown(fd, SHUT_RDWR);
+    }
+}
+
+ExecResult PgLink::gaveUpFailure(std::string_view sql, bool callerTransaction) {
+    giveUp();
     std::string detail = std::string(callEndReason()) +
                          " and PostgreSQL did not answer the cancel; the connection was closed";
     if (pgInDoubtWhenCut(sql, callerTransaction)) {
@@ -104,8 +116,7 @@ ExecResult PgLink::gaveUpFailure(std::string_view sql, bool callerTransaction) {
 
 PGresult* PgLink::awaitResult() {
     if (m_gaveUp || pgAwaitResult(m_conn) == PgWait::GiveUp) {
-        m_gaveUp = true;
-        m_broken = true;
+        giveUp();
         return nullptr;
     }
     return PQgetResult(m_conn);

@@ -86,6 +86,11 @@ class PgLink {
     std::shared_ptr<PgLink> reopen(platform::ExecResult& status) const;
 
     bool broken() const noexcept { return m_broken; }
+    // Whether the connection, idle between two calls, is still open: false
+    // (and broken from then on) when the server closed it; its socket, -1
+    // once broken (link_idle.cpp).
+    bool stillOpen();
+    int socket() const noexcept;
     const PgSettings& settings() const noexcept { return m_settings; }
     PGTransactionStatusType transactionStatus() const { return PQtransactionStatus(m_conn); }
     // Every transaction open on the connection is the caller's: the library
@@ -120,6 +125,7 @@ class PgLink {
     // bounded_wait.h): the connection is given up, and the outcome is in
     // doubt where the statement may have committed.
     platform::ExecResult gaveUpFailure(std::string_view sql, bool callerTransaction);
+    void giveUp();
     // The next result, waited for within the call's bound; null at the end
     // of the results, and when the call gave up on the server.
     PGresult* awaitResult();
