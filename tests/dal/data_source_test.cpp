@@ -104,6 +104,51 @@ TEST_F(DataSourceTest, MalformedBindingsFailEveryCallAndAreLoggedOnce) {
     EXPECT_EQ(DataSession(nullptr).beginTransaction().errorCode(), errc::kDataSourceInvalid);
 }
 
+// URLs whose secret showed in a text made from them: libpq's text about a
+// value it cannot decode quotes it as written, and the masker read a URL
+// otherwise than libpq. Binding only checks a URL; the refused ones are
+// called too, which fails with the refusal.
+TEST_F(DataSourceTest, NoTextMadeFromAUrlShowsItsSecret) {
+    seed();
+    const struct {
+        const char* url;
+        const char* secret;   // a part of the secret that must show nowhere
+        const char* problem;  // what the refusal says; null for a valid URL
+    } cases[] = {
+        {"PostgreSQL://user:Zqwxm%00%028&&&A%FFmlmm&Qz@?sslmode=@&password=Zq%00Qz", "mlmm",
+         "forbidden value %00 in percent-encoded value: \"***\""},
+        {"postgresql://u:s3cret%zz@db@h/x", "s3cret", "invalid percent-encoded token: \"***\""},
+        // Without its "//" libpq reads key=value text, and quotes its first word.
+        {"postgresql::s3cret-pw@h/x", "s3cret", "missing \"=\" after \"postgresql::***@h/x\""},
+        {"postgresql:?vorn_x:u:s3cret-pw@h", "s3cret", "unknown option \"vorn_x:"},
+        {"postgresql:u:s3c ret@h/x", "s3c", "after \"(left out: it may hold a secret)\""},
+        // libpq takes a line break into a password, and a blank into a value.
+        {"postgresql://u:s3cret\nword@h/x", "s3cret", nullptr},
+        {"postgresql://h/x?password=pass s3cret&sslmode=disable", "s3cret", nullptr},
+        // A '?' in a password does not start the query, where a vorn_ option
+        // would be looked for.
+        {"postgresql://u:pw?vorn_s3cret@h/x", "s3cret", nullptr},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.url);
+        LogCapture log;
+        const unsigned long code = bindDataSource("bad", c.url);
+        EXPECT_EQ(log.containing(c.secret), "");
+        EXPECT_EQ(describeDataSource("bad").find(c.secret), std::string::npos)
+            << describeDataSource("bad");
+        if (c.problem == nullptr) {
+            EXPECT_EQ(code, 0U);
+            continue;
+        }
+        EXPECT_EQ(code, errc::kDataSourceInvalid);
+        const std::string detail = detailOf(run("bad", "select 1"));
+        EXPECT_NE(detail.find(c.problem), std::string::npos) << detail;
+        EXPECT_EQ(detail.find(c.secret), std::string::npos) << detail;
+    }
+    unbindDataSource("bad");
+    EXPECT_EQ(all(), seededRows());
+}
+
 TEST_F(DataSourceTest, EnvironmentBindingsAreReadAndMalformedOnesBindNothing) {
     ASSERT_EQ(bindDataSource("x.runtime", m_url), 0U);
     ::setenv("VORN_DATASOURCES", ("x.env=sqlite:" + m_dir.file("env.db")).c_str(), 1);

@@ -134,6 +134,71 @@ TEST_F(DiagnosticsTest, NoConnectionIsConnectionLostOnEveryStore) {
     EXPECT_EQ(last.sqlstate.substr(0, 2), last.sqlstate == "57P01" ? "57" : "08");
 }
 
+// postgresUrl() with the user information replaced by userInfo.
+std::string asUser(const std::string& userInfo) {
+    const std::string url = postgresUrl();
+    const std::size_t start = url.find("://") + 3;
+    return url.substr(0, start) + userInfo + url.substr(url.find('@', start));
+}
+
+// A refused session says why, and whether trying again helps (Busy) or not
+// (Permission). The roles are the test's own; scripts/pg-server's pg_hba.conf
+// asks vorn_password for its password and refuses vorn_refused.
+TEST_F(DiagnosticsTest, ARefusedSessionSaysWhyWithoutItsSecrets) {
+    if (!onPostgres()) {
+        GTEST_SKIP() << "PostgreSQL's refusals of a session";
+    }
+    const std::string hbaRules =
+        "select count(*) from pg_hba_file_rules where (user_name = '{vorn_password}' and "
+        "auth_method = 'scram-sha-256') or (user_name = '{vorn_refused}' and auth_method = "
+        "'reject')";
+    if (runQuery(hbaRules, 1) != Rows{{"2"}}) {
+        GTEST_SKIP() << "the server's pg_hba.conf has no rules for the roles vorn_password and "
+                        "vorn_refused: start it with scripts/pg-server";
+    }
+    for (const char* role : {"vorn_password", "vorn_refused", "vorn_full"}) {
+        adminExecute(std::string("create role ") + role + " login");  // may exist already
+    }
+    ASSERT_TRUE(adminExecute("alter role vorn_password password 'right-s3cret-pw'"));
+    ASSERT_TRUE(adminExecute("alter role vorn_full connection limit 0"));
+    seedKept();
+    ::setenv("PGPASSFILE", m_dir.file("no-pgpass").c_str(), 1);
+    const bool serverHasSsl = runQuery("show ssl", 1) == Rows{{"on"}};
+    const struct {
+        std::string url;
+        ErrorCategory category;
+        const char* sqlstate;
+        const char* says;
+    } cases[] = {
+        {asUser("vorn_password:wrong-s3cret-pw"), ErrorCategory::Permission, "28P01",
+         "password authentication failed"},
+        {asUser("vorn_password"), ErrorCategory::Permission, "28P01", "no password supplied"},
+        {asUser("vorn_refused:s3cret-pw"), ErrorCategory::Permission, "28000", "pg_hba.conf"},
+        {asUser("vorn_full:s3cret-pw"), ErrorCategory::Busy, "53300", "too many connections"},
+        {withOptions(asUser("vorn:s3cret-pw"), "sslmode=require"), ErrorCategory::Permission,
+         "28000", "server does not support SSL"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.url);
+        if (serverHasSsl && c.url.find("sslmode=require") != std::string::npos) {
+            continue;  // this refusal needs a server without SSL
+        }
+        LogCapture log;
+        ASSERT_EQ(bindDataSource("default", c.url), 0u);
+        EXPECT_NE(runWrite("insert into kept values(4, 'd')"), 0u);
+        const ErrorInfo last = lastError();
+        EXPECT_EQ(last.category, c.category) << last.message;
+        EXPECT_EQ(last.sqlstate, c.sqlstate) << last.message;
+        EXPECT_NE(last.message.find(c.says), std::string::npos) << last.message;
+        EXPECT_EQ(last.message.find("s3cret"), std::string::npos) << last.message;
+        EXPECT_EQ(log.containing("s3cret"), "");
+        EXPECT_EQ(describeDataSource("default").find("s3cret"), std::string::npos);
+    }
+    ::unsetenv("PGPASSFILE");
+    ASSERT_EQ(bindDataSource("default", m_stores["default"].url), 0u);
+    EXPECT_EQ(keptRows(), seededKept());
+}
+
 TEST_F(DiagnosticsTest, TheObserverSeesEveryStatementAndTheStatisticsCountThem) {
     ASSERT_EQ(runWrite("create table t(id integer, name text)"), 0u);
     std::vector<StatementEvent> events;

@@ -93,6 +93,31 @@ TEST(SecretMask, MasksKnownValuesWhereverTheyStand) {
     EXPECT_EQ(SecretMask::mask("password authentication failed for p@ss w0rd",
                                SecretMask::valuesIn("postgresql://u:p%40ss%20w0rd@h/db")),
               "password authentication failed for ***");
+    // The longest first: a shorter value may be a part of a longer one.
+    EXPECT_EQ(SecretMask::mask("pg://h?password=ab1 cd2&x=1", {"ab1", "ab1 cd2"}),
+              "pg://h?password=***&x=1");
+}
+
+// As libpq reads a URL, beside what valuesIn finds.
+TEST(SecretMask, UrlValuesAreTheSecretsAsTheStoreReadsTheUrl) {
+    const struct {
+        const char* url;
+        Values values;
+    } cases[] = {
+        // The user information up to the first '@' (valuesIn: the last).
+        {"postgresql://u:p%41ss@h@x/db", {"p%41ss@h", "pAss@h", "p%41ss", "pAss"}},
+        // Line breaks and blanks: as written, and on one line as error texts are.
+        {"postgresql://u:ab\n cd@h/db", {"ab\n cd", "ab cd"}},
+        {"pg://h/db?%70assword=pass%20 word&x=1",
+         {"pass%20", "pass ", "pass%20 word", "pass  word", "pass word"}},
+        // Without the "//", with an empty user name.
+        {"postgresql::pw1@h", {"pw1"}},
+        {"postgresql://u@h/db?sslmode=require", {}},
+    };
+    for (const auto& c : cases) {
+        const std::vector<std::string> values = SecretMask::urlValues(c.url);
+        EXPECT_EQ(Values(values.begin(), values.end()), c.values) << c.url;
+    }
 }
 
 }  // namespace

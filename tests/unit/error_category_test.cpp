@@ -110,6 +110,7 @@ TEST(ErrorCategory, PostgresSqlstatesByClass) {
         {"25P01", ErrorCategory::Other},          {"55000", ErrorCategory::Other},
         {"57000", ErrorCategory::Other},          {"53200", ErrorCategory::Other},
         {"XX000", ErrorCategory::Other},          {"P0001", ErrorCategory::Other},
+        {"53300", ErrorCategory::Busy},
     };
     for (const auto& [sqlstate, category] : cases) {
         SCOPED_TRACE(sqlstate);

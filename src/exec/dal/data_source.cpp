@@ -5,7 +5,9 @@
 
 namespace vorn::dal {
 
-const Backend* checkDataSourceUrl(const std::string& url, std::string& problem) {
+namespace {
+
+const Backend* checkedBackend(const std::string& url, std::string& problem) {
     const std::string_view scheme = urlScheme(url);
     if (scheme.empty()) {
         problem = "not a URL (expected scheme:..., e.g. sqlite:/path/to/file.db)";
@@ -23,10 +25,22 @@ const Backend* checkDataSourceUrl(const std::string& url, std::string& problem) 
     return backend;
 }
 
+}  // namespace
+
+const Backend* checkDataSourceUrl(const std::string& url, std::string& problem) {
+    const Backend* backend = checkedBackend(url, problem);
+    if (backend == nullptr) {
+        // The texts may quote parts of the URL (an option's name, libpq's
+        // text): whatever the part, no secret of the URL shows.
+        problem = platform::SecretMask::mask(problem, platform::SecretMask::urlValues(url));
+    }
+    return backend;
+}
+
 DataSource makeDataSource(const std::string& url) {
     DataSource source;
     source.url = url;
-    source.display = platform::SecretMask::mask(url);
+    source.display = platform::SecretMask::mask(url, platform::SecretMask::urlValues(url));
     source.backend = checkDataSourceUrl(url, source.problem);
     if (source.backend != nullptr) {
         (void)readSourceOptions(url, source.options, source.problem);

@@ -30,7 +30,7 @@ bool isSourceOption(std::string_view key) noexcept {
 
 bool readSourceOptions(std::string_view url, SourceOptions& out, std::string& problem) {
     out = SourceOptions();
-    const std::size_t query = url.find('?');
+    const std::size_t query = urlQueryStart(url);
     if (query == std::string_view::npos) {
         return true;
     }

@@ -26,4 +26,16 @@ std::string_view urlScheme(std::string_view url) {
     return url.substr(0, colon);
 }
 
+std::size_t urlQueryStart(std::string_view url) {
+    std::size_t from = urlScheme(url).size();
+    if (from != 0 && url.compare(from, 3, "://") == 0) {
+        from += 3;
+        const std::size_t userInfoEnd = url.find_first_of("@/", from);
+        if (userInfoEnd != std::string_view::npos && url[userInfoEnd] == '@') {
+            from = userInfoEnd + 1;
+        }
+    }
+    return url.find('?', from);
+}
+
 }  // namespace vorn::dal

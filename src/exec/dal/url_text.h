@@ -9,6 +9,12 @@ namespace vorn::dal {
 // view when the text does not start with a well-formed scheme.
 std::string_view urlScheme(std::string_view url);
 
+// Where the query part of url starts (the '?'), or npos when it has none. In
+// a "scheme://" URL the user information comes first, up to the first '@'
+// before the first '/', and may hold a '?' of a password (libpq reads a URL
+// so), so the query is looked for after it.
+std::size_t urlQueryStart(std::string_view url);
+
 // Calls visit(pair, last) for each '&'-separated pair of a URL's query part
 // (the text after '?'), empty pairs included, in order; last tells the final
 // one. Stops early, returning false, when visit returns false.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 
 #include "exec/platform/ascii.h"
 
@@ -192,12 +193,60 @@ std::string percentDecoded(std::string_view text) {
     return out;
 }
 
-std::string maskKnown(std::string_view text, const std::vector<std::string>& known) {
-    std::string out(text);
-    for (const std::string& value : known) {
-        if (value.empty()) {
+// text on one line: trimmed, every run of blanks one blank.
+std::string oneLine(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    bool pendingBlank = false;
+    for (const char c : text) {
+        if (isBlank(c)) {
+            pendingBlank = !out.empty();
             continue;
         }
+        if (pendingBlank) {
+            out.push_back(' ');
+            pendingBlank = false;
+        }
+        out.push_back(c);
+    }
+    return out;
+}
+
+// raw as written, percent-decoded and each of them on one line, where long
+// enough.
+void addForms(std::vector<std::string>& values, std::string_view raw) {
+    for (std::string form : {std::string(raw), percentDecoded(raw)}) {
+        std::string line = oneLine(form);
+        for (std::string* value : {&form, &line}) {
+            if (value->size() >= SecretMask::kShortestKnownValue) {
+                values.push_back(std::move(*value));
+            }
+        }
+    }
+}
+
+bool isSecretKey(std::string_view key) {
+    return std::any_of(
+        std::begin(kSecretKeys), std::end(kSecretKeys),
+        [key](std::string_view secret) { return keyEnd(key, 0, secret) == key.size(); });
+}
+
+// text with every known value masked, the longest first: a shorter one may
+// be a part of a longer one (the value of "password=pass word" read up to the
+// blank, and up to the '&').
+std::string maskKnown(std::string_view text, const std::vector<std::string>& known) {
+    std::vector<const std::string*> longestFirst;
+    for (const std::string& value : known) {
+        if (!value.empty()) {
+            longestFirst.push_back(&value);
+        }
+    }
+    std::stable_sort(
+        longestFirst.begin(), longestFirst.end(),
+        [](const std::string* a, const std::string* b) { return a->size() > b->size(); });
+    std::string out(text);
+    for (const std::string* entry : longestFirst) {
+        const std::string& value = *entry;
         for (std::size_t pos = out.find(value); pos != std::string::npos;
              pos = out.find(value, pos + kMask.size())) {
             out.replace(pos, value.size(), kMask);
@@ -238,6 +287,36 @@ std::vector<std::string> SecretMask::valuesIn(std::string_view text) {
             }
         }
     });
+    return values;
+}
+
+std::vector<std::string> SecretMask::urlValues(std::string_view url) {
+    std::vector<std::string> values = valuesIn(url);
+    std::size_t start = url.find(':');
+    if (start == std::string_view::npos) {
+        return values;
+    }
+    start += url.compare(start, 3, "://") == 0 ? 3 : 1;
+    std::size_t query = start;
+    const std::size_t at = url.find_first_of("@/", start);
+    if (at != std::string_view::npos && url[at] == '@') {
+        const std::string_view userInfo = url.substr(start, at - start);
+        if (const std::size_t colon = userInfo.find(':'); colon != std::string_view::npos) {
+            addForms(values, userInfo.substr(colon + 1));
+        }
+        query = at + 1;
+    }
+    query = url.find('?', query);
+    while (query != std::string_view::npos) {
+        const std::size_t end = url.find('&', query + 1);
+        const std::string_view pair =
+            url.substr(query + 1, end == std::string_view::npos ? end : end - query - 1);
+        if (const std::size_t equals = pair.find('=');
+            equals != std::string_view::npos && isSecretKey(pair.substr(0, equals))) {
+            addForms(values, pair.substr(equals + 1));
+        }
+        query = end;
+    }
     return values;
 }
 

@@ -34,6 +34,17 @@ class SecretMask {
     // password in its error message); values shorter than
     // kShortestKnownValue are left out.
     static std::vector<std::string> valuesIn(std::string_view text);
+
+    // The secrets of a data-source URL, for masking them wherever a text
+    // made from it may show them: valuesIn(url), and the values as a URL's
+    // reader (libpq) takes them: the password of the user information up to
+    // the first '@' before the first '/' (also without the "//" and with an
+    // empty user name), and the value of each secret key of the query up to
+    // the next '&' (blanks and line breaks included). Each as written,
+    // percent-decoded and on one line (trimmed, every run of blanks one
+    // blank, as error texts are put on one line); values shorter than
+    // kShortestKnownValue are left out.
+    static std::vector<std::string> urlValues(std::string_view url);
 };
 
 }  // namespace vorn::platform

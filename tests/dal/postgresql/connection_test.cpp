@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "dal_fixture.h"
+#include "exec/dal/postgresql/errors.h"
 #include "log_capture.h"
 #include "vorn/connections.h"
 
@@ -152,6 +153,70 @@ TEST_F(PgConnection, MalformedUrlsAreRefusedAtBindTimeWithoutShowingThePassword)
         ASSERT_FALSE(log.records().empty()) << url;
         EXPECT_EQ(log.containing("s3cret"), "");
     }
+}
+
+// libpq gives no SQLSTATE for a failed connect, so libpq's text tells it (in
+// English; the refusals the test server can make are run in the diagnostics
+// test): what the server sent, else what libpq saw.
+TEST(PgConnectFailure, IsToldByLibpqsText) {
+    const struct {
+        const char* failed;  // libpq's text after "connection to server ... failed: "
+        bool passwordNeeded;
+        const char* sqlstate;
+    } cases[] = {
+        {"FATAL: sorry, too many clients already", false, "53300"},
+        {"FATAL: remaining connection slots are reserved for non-replication superuser "
+         "connections",
+         false, "53300"},
+        {"FATAL: the database system is starting up", false, "57P03"},
+        {"FATAL: no pg_hba.conf entry for host \"10.0.0.2\", user \"u\", database \"d\", SSL off",
+         false, "28000"},
+        {"FATAL: role \"nobody\" does not exist", false, "28000"},
+        {"FATAL: database \"nms\" does not exist", false, "3D000"},
+        {"SSL error: certificate verify failed", false, "28000"},
+        {"server certificate for \"db1\" does not match host name \"db2\"", false, "28000"},
+        {"root certificate file \"/root/.postgresql/root.crt\" does not exist Either provide the "
+         "file or change sslmode to disable server certificate verification.",
+         false, "28000"},
+        {"SSL error: tlsv1 alert unknown ca", false, "28000"},
+        {"SSL SYSCALL error: EOF detected", false, "08006"},
+        {"server closed the connection unexpectedly This probably means the server terminated "
+         "abnormally before or while processing the request.",
+         false, "08006"},
+        {"Connection refused Is the server running on that host and accepting TCP/IP "
+         "connections?",
+         false, "08001"},
+        {"could not translate host name \"certificate.example.net\" to address: Name or "
+         "service not known",
+         false, "08001"},
+        // In another language only PQconnectionNeedsPassword tells.
+        {"fe_sendauth: kein Passwort angegeben", true, "28P01"},
+        {"FATAL: Passwort-Authentifizierung f\xC3\xBCr Benutzer \"u\" fehlgeschlagen", false,
+         "08001"},
+    };
+    for (const auto& c : cases) {
+        const std::string message =
+            std::string("connection to server at \"db1\" (10.0.0.1), port 5432 failed: ") +
+            c.failed;
+        EXPECT_STREQ(dal::pgConnectState(message, c.passwordNeeded), c.sqlstate) << c.failed;
+    }
+}
+
+// A failure of libpq's own, without an SQLSTATE, saying that the connection
+// is gone, is a lost connection also while libpq does not see the connection
+// broken yet (a batch that wrote into the socket of a crashed server).
+TEST_F(PgConnection, LibpqsOwnTextOfALostConnectionIsALostConnection) {
+    PGconn* open = PQconnectdb(postgresUrl().c_str());
+    PGconn* closed = PQconnectdb("host=/nonexistent/vorn-test");
+    ASSERT_EQ(PQstatus(open), CONNECTION_OK);
+    EXPECT_EQ(PQsendQuery(closed, "select 1"), 0);  // "no connection to the server"
+    PGresult* failure = PQmakeEmptyPGresult(closed, PGRES_FATAL_ERROR);
+    const ExecResult status = dal::pgResultFailure(failure, open);
+    EXPECT_EQ(status.errorCode(), pgCode("08006")) << detailOf(status);
+    EXPECT_TRUE(dal::pgConnectionLost(failure, open));
+    PQclear(failure);
+    PQfinish(closed);
+    PQfinish(open);
 }
 
 }  // namespace

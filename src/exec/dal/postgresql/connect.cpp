@@ -67,10 +67,10 @@ PGconn* connectOnce(const PgSettings& settings, const std::vector<std::string>& 
         return nullptr;
     }
     if (PQstatus(conn) != CONNECTION_OK) {
-        status =
-            pgFailure(pgstate::kCannotConnect,
-                      "cannot connect to PostgreSQL: " +
-                          platform::SecretMask::mask(pgOneLine(PQerrorMessage(conn)), secrets));
+        const std::string message = pgOneLine(PQerrorMessage(conn));
+        status = pgFailure(
+            pgConnectState(message, PQconnectionNeedsPassword(conn) == 1),
+            "cannot connect to PostgreSQL: " + platform::SecretMask::mask(message, secrets));
         PQfinish(conn);
         return nullptr;
     }

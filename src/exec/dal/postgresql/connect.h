@@ -10,8 +10,9 @@
 
 namespace vorn::dal {
 
-// Opens a libpq connection with settings; null with status set (SQLSTATE
-// 08001, secrets masked out of libpq's text) on failure. Where the server
+// Opens a libpq connection with settings; null with status set on failure:
+// the SQLSTATE pgConnectState tells (08001 unless libpq's text says more) and
+// libpq's text with the secrets masked out. Where the server
 // that accepts the session can change (PgSettings::severalServers), a failed
 // attempt is tried again after a short pause, growing to 200 ms, until the
 // connect timeout has passed: a call made while a standby is being promoted

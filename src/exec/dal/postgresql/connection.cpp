@@ -18,7 +18,7 @@ using platform::SecretMask;
 
 // The secrets of url, and $PGPASSWORD, which libpq takes when the URL has none.
 std::vector<std::string> secretsOf(const std::string& url) {
-    std::vector<std::string> secrets = SecretMask::valuesIn(url);
+    std::vector<std::string> secrets = SecretMask::urlValues(url);
     const char* password = std::getenv("PGPASSWORD");
     if (password != nullptr && std::strlen(password) >= SecretMask::kShortestKnownValue) {
         secrets.emplace_back(password);

@@ -15,6 +15,7 @@ namespace vorn::dal {
 namespace pgstate {
 inline constexpr const char* kConnectionFailure = "08006";
 inline constexpr const char* kCannotConnect = "08001";
+inline constexpr const char* kInvalidPassword = "28P01";
 inline constexpr const char* kFailedTransaction = "25P02";  // COMMIT of a failed transaction
 inline constexpr const char* kFeatureNotSupported = "0A000";
 inline constexpr const char* kSyntaxError = "42601";
@@ -41,13 +42,22 @@ platform::ExecResult pgFailure(const char* sqlstate, std::string detail);
 
 // The failure a result reports: the code of its SQLSTATE and PostgreSQL's
 // primary message as the detail. Without a SQLSTATE (an error of libpq
-// itself, e.g. a lost connection) the code is that of 08006 when the
-// connection is gone, else of XX000, and the detail is libpq's message.
+// itself, e.g. a lost connection) the detail is libpq's message and the code
+// that of 08006 when the message says that the connection is gone or the
+// connection is broken, else of XX000.
 platform::ExecResult pgResultFailure(const PGresult* result, PGconn* conn);
 
+// The SQLSTATE of a failed connect, told from libpq's message (on one line)
+// and whether the server asked for a password that was not given
+// (PQconnectionNeedsPassword): 28P01 or 28000 for a refused authentication
+// or a session whose security cannot be had, 53300 for a full server, the
+// server's own for its other refusals, else 08001.
+const char* pgConnectState(std::string_view message, bool passwordNeeded);
+
 // True when a failure means the connection cannot be used again: libpq sees
-// it as broken, the SQLSTATE is of class 08 (connection exception), or the
-// server ended the session (severity FATAL or PANIC, e.g. 57P01 on shutdown).
+// it as broken, the SQLSTATE is of class 08 (connection exception), libpq's
+// own message says that the connection is gone, or the server ended the
+// session (severity FATAL or PANIC, e.g. 57P01 on shutdown).
 bool pgConnectionLost(const PGresult* result, PGconn* conn);
 
 // True when result is the server's refusal of a text holding more than one

@@ -64,7 +64,7 @@ using PgCopyFeed = PgFunctionRef<platform::ExecResult(PgCopyStream&)>;
 // connection cache opens a new one at the next call.
 class PgLink {
   public:
-    // Connects; null with status set on failure (code of SQLSTATE 08001).
+    // Connects; null with status set on failure (see pgConnect).
     // secrets are masked out of every error text.
     static std::shared_ptr<PgLink> open(const PgSettings& settings,
                                         std::vector<std::string> secrets,

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 #include "exec/dal/source_options.h"
 #include "exec/dal/url_text.h"
@@ -139,11 +140,52 @@ bool inspect(const PQconninfoOption* options, PgSettings& out) {
     return portsValid;
 }
 
+// Where the value libpq quotes in its text about a URL it cannot read begins
+// and ends (a part of the URL: a component as written, a query key, or the
+// whole URL): after the first ": \"" (after "missing \"=\" after \"" in its
+// text about a URL without "//"), else after the first '"', up to the last
+// '"'. {npos, npos} when the text quotes nothing.
+std::pair<std::size_t, std::size_t> quotedValue(std::string_view reason) {
+    constexpr std::string_view kMissingEquals = "missing \"=\" after \"";
+    std::size_t begin = reason.find(": \"");
+    if (begin != std::string_view::npos) {
+        begin += 3;
+    } else if (reason.compare(0, kMissingEquals.size(), kMissingEquals) == 0) {
+        begin = kMissingEquals.size();
+    } else if ((begin = reason.find('"')) != std::string_view::npos) {
+        ++begin;
+    } else {
+        return {std::string_view::npos, std::string_view::npos};
+    }
+    const std::size_t last = reason.rfind('"');
+    return {begin, last != std::string_view::npos && last >= begin ? last : reason.size()};
+}
+
+// libpq's text about a URL it cannot read, fit to show: the value it quotes,
+// which may be a password or hold one as written (or hold a part of one where
+// the URL is malformed around it), shows only masked, and only when that
+// masked form stands in the masked URL (the text describeDataSource gives);
+// otherwise it is left out.
+std::string unreadableUrl(std::string_view reason, const std::string& conninfo,
+                          const std::vector<std::string>& secrets) {
+    using platform::SecretMask;
+    std::string text(reason);
+    const auto [begin, end] = quotedValue(reason);
+    if (begin != std::string_view::npos) {
+        std::string value = SecretMask::mask(reason.substr(begin, end - begin), secrets);
+        if (SecretMask::mask(conninfo, secrets).find(value) == std::string::npos) {
+            value = "(left out: it may hold a secret)";
+        }
+        text = std::string(reason.substr(0, begin)) + value + std::string(reason.substr(end));
+    }
+    return "invalid PostgreSQL URL: " + SecretMask::mask(text, secrets);
+}
+
 }  // namespace
 
 bool PgSettings::parse(const std::string& url, PgSettings& out, std::string& problem) {
     out = PgSettings();
-    const std::size_t queryStart = url.find('?');
+    const std::size_t queryStart = urlQueryStart(url);
     out.conninfo = url.substr(0, queryStart);
     // libpq knows the scheme in lower case only.
     const std::size_t schemeEnd = urlScheme(out.conninfo).size();
@@ -172,11 +214,10 @@ bool PgSettings::parse(const std::string& url, PgSettings& out, std::string& pro
     char* error = nullptr;
     PQconninfoOption* options = PQconninfoParse(out.conninfo.c_str(), &error);
     if (options == nullptr) {
-        std::string reason = error != nullptr ? error : "out of memory";
+        const std::string reason = error != nullptr ? error : "out of memory";
         PQfreemem(error);
         problem =
-            "invalid PostgreSQL URL: " +
-            platform::SecretMask::mask(trimBlanks(reason), platform::SecretMask::valuesIn(url));
+            unreadableUrl(trimBlanks(reason), out.conninfo, platform::SecretMask::urlValues(url));
         return false;
     }
     const bool portsValid = inspect(options, out);
