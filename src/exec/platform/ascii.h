@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 // ASCII character helpers for protocol and configuration text (URLs, SQL
@@ -43,6 +44,26 @@ inline std::string_view trimBlanks(std::string_view text) noexcept {
         --last;
     }
     return text.substr(first, last - first);
+}
+
+// text on one line: trimmed, every run of blanks one blank (a store's
+// message over several lines, for a log line or an error text).
+inline std::string oneLine(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    bool pendingBlank = false;
+    for (const char c : text) {
+        if (isBlank(c)) {
+            pendingBlank = !out.empty();
+            continue;
+        }
+        if (pendingBlank) {
+            out.push_back(' ');
+            pendingBlank = false;
+        }
+        out.push_back(c);
+    }
+    return out;
 }
 
 }  // namespace vorn::platform

@@ -193,25 +193,6 @@ std::string percentDecoded(std::string_view text) {
     return out;
 }
 
-// text on one line: trimmed, every run of blanks one blank.
-std::string oneLine(std::string_view text) {
-    std::string out;
-    out.reserve(text.size());
-    bool pendingBlank = false;
-    for (const char c : text) {
-        if (isBlank(c)) {
-            pendingBlank = !out.empty();
-            continue;
-        }
-        if (pendingBlank) {
-            out.push_back(' ');
-            pendingBlank = false;
-        }
-        out.push_back(c);
-    }
-    return out;
-}
-
 // raw as written, percent-decoded and each of them on one line, where long
 // enough.
 void addForms(std::vector<std::string>& values, std::string_view raw) {

@@ -178,21 +178,7 @@ std::vector<ErrorRow> pgErrorRows() {
 }
 
 std::string pgOneLine(std::string_view message) {
-    std::string out;
-    out.reserve(message.size());
-    bool pendingBlank = false;
-    for (const char c : message) {
-        if (platform::isBlank(c)) {
-            pendingBlank = !out.empty();
-            continue;
-        }
-        if (pendingBlank) {
-            out.push_back(' ');
-            pendingBlank = false;
-        }
-        out.push_back(c);
-    }
-    return out;
+    return platform::oneLine(message);
 }
 
 platform::ExecResult pgFailure(const char* sqlstate, std::string detail) {
