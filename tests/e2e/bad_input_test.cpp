@@ -108,6 +108,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         BadInput{"SyntaxError", nothing, "delete from kept wher id = 1", 1, "42601"},
         BadInput{"MissingTable", nothing, "delete from missing", 1, "42P01"},
+        BadInput{"PrimaryKey", nothing, "insert into kept values(1, 'x')", 1555, "23505"},
         BadInput{"SecondStatement", nothing, "insert into kept values(4, 'd'); drop table kept",
                  platform::errc::kMultipleStatements, nullptr},
         BadInput{"ControlCharactersInTheError", nothing,

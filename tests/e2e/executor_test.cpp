@@ -1,11 +1,9 @@
-// The executor against the embedded store: refusals, store failures, the
-// session-name rule and the guard.
+// The executor against the store: refusals, the session-name rule and the
+// guard. Store failures and what they keep: bad_input_test.cpp.
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <filesystem>
 #include <string>
-#include <vector>
 
 #include "store_fixture.h"
 #include "vorn/vorn.h"
@@ -30,35 +28,6 @@ TEST_F(ExecutorTest, EmptyStatementsAreRefusedWithoutOpeningASession) {
     EXPECT_FALSE(reader.hasNextElement());
     EXPECT_FALSE(storeUsed("default"));
 }
-
-struct StoreFailure {
-    const char* name;
-    const char* sql;
-    unsigned long sqliteCode;
-    const char* sqlstate;
-};
-
-void PrintTo(const StoreFailure& failure, std::ostream* out) {
-    *out << failure.name;
-}
-
-class WriteFailureTest : public StoreTest, public ::testing::WithParamInterface<StoreFailure> {};
-
-TEST_P(WriteFailureTest, ReturnsTheStoreCodeAndKeepsWhatWasStored) {
-    ASSERT_EQ(runWrite("create table kept(id integer primary key, name text unique)"), 0u);
-    ASSERT_EQ(runWrite("insert into kept values(1, 'one')"), 0u);
-
-    EXPECT_EQ(runWrite(GetParam().sql), storeCode(GetParam().sqliteCode, GetParam().sqlstate));
-    EXPECT_EQ(runQuery("select id, name from kept", 2), (Rows{{"1", "one"}}));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Store, WriteFailureTest,
-    ::testing::Values(StoreFailure{"Syntax", "insert into kept valeus(2)", 1, "42601"},
-                      StoreFailure{"MissingTable", "insert into nowhere values(2)", 1, "42P01"},
-                      StoreFailure{"PrimaryKey", "insert into kept values(1, 'x')", 1555, "23505"},
-                      StoreFailure{"Unique", "insert into kept values(2, 'one')", 2067, "23505"}),
-    [](const auto& test) { return std::string(test.param.name); });
 
 // The process identity used by the session-name rule.
 std::uint64_t g_processId = 0;

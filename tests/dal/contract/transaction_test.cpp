@@ -20,20 +20,6 @@ class TransactionTest : public DalTest {
     ExecResult rollback() const { return DataSession(m_session.c_str()).rollback(); }
 };
 
-TEST_F(TransactionTest, BelongsToTheNameAndThreadNotTheSessionObject) {
-    ASSERT_TRUE(begin().ok());
-    ASSERT_TRUE(insert("a").ok());
-    ASSERT_TRUE(insert("b").ok());
-    EXPECT_EQ(values(), (Rows{{"a"}, {"b"}}));  // visible inside the transaction
-    ASSERT_TRUE(rollback().ok());
-    EXPECT_TRUE(values().empty());
-
-    ASSERT_TRUE(begin().ok());
-    ASSERT_TRUE(insert("c").ok());
-    ASSERT_TRUE(commit().ok());
-    EXPECT_EQ(values(), (Rows{{"c"}}));
-}
-
 // The store's own answer, whatever it is; the transaction is not nested.
 TEST_F(TransactionTest, MisplacedCallsGetTheStoresAnswer) {
     DataSession s(m_session.c_str());
