@@ -144,63 +144,58 @@ TEST_F(BoundStatementTest, BytesATextColumnMayNotHold) {
     }
 }
 
-struct Refusal {
-    const char* name;
-    const char* tail;                // of "insert into kept values({id}, <tail>"
-    std::vector<const char*> names;  // bound to 4, 5, ... in order
-    std::uint64_t code;
-    // On PostgreSQL '?' and ':' are operator characters: the server judges
-    // such text, and finds a syntax error; nothing runs either.
-    bool sqliteMarker;
-};
-
-void PrintTo(const Refusal& refusal, std::ostream* out) {
-    *out << refusal.name;
-}
-
-class BoundRefusalTest : public BoundStatementTest,
-                         public ::testing::WithParamInterface<Refusal> {};
-
 // Each refusal has its code, an information line and the category Refused,
 // for writes and reads alike, and nothing runs: the stored rows stay as they
-// were, and no row is added.
-TEST_P(BoundRefusalTest, IsRefusedWithItsCodeAndNothingRuns) {
-    const Refusal& refusal = GetParam();
-    const bool byServer = refusal.sqliteMarker && onPostgres();
-    const std::uint64_t expected = byServer ? platform::pgCodeFromSqlstate("42601") : refusal.code;
-    BoundStatement statement(std::string("insert into kept values({id}, ") + refusal.tail);
-    int value = 4;
-    for (const char* name : refusal.names) {
-        statement.bind(name, value++);
+// were, and no row is added. On PostgreSQL '?' and ':' are operator
+// characters: the server judges such text, and finds a syntax error.
+TEST_F(BoundStatementTest, RefusalsHaveTheirCodeAndNothingRuns) {
+    const struct {
+        const char* name;
+        const char* tail;                // of "insert into kept values({id}, <tail>"
+        std::vector<const char*> names;  // bound to 4, 5, ... in order
+        std::uint64_t code;
+        bool sqliteMarker;
+    } refusals[] = {
+        {"PlaceholderWithoutValue", "'x')", {}, errc::kUnknownPlaceholder, false},
+        {"ValueWithoutPlaceholder", "'x')", {"id", "extra"}, errc::kUnusedParameter, false},
+        {"ValueUnderANameNoPlaceholderCanHave",
+         "'x')",
+         {"id", "a b"},
+         errc::kUnusedParameter,
+         false},
+        {"EmptyBraces", "{})", {"id"}, errc::kMalformedPlaceholder, false},
+        {"NameWithABlank", "{a b})", {"id"}, errc::kMalformedPlaceholder, false},
+        {"UnclosedBrace", "{name)", {"id", "name"}, errc::kMalformedPlaceholder, false},
+        {"NumberedMarkerOfTheStore", "$1)", {"id"}, errc::kMalformedPlaceholder, false},
+        {"QuestionMarkOfSqlite", "?)", {"id"}, errc::kMalformedPlaceholder, true},
+        {"NamedMarkerOfSqlite", ":name)", {"id"}, errc::kMalformedPlaceholder, true},
+        {"SecondStatement", "'x'); delete from kept", {"id"}, errc::kMultipleStatements, false},
+    };
+    for (const auto& refusal : refusals) {
+        SCOPED_TRACE(refusal.name);
+        const bool byServer = refusal.sqliteMarker && onPostgres();
+        const std::uint64_t expected =
+            byServer ? platform::pgCodeFromSqlstate("42601") : refusal.code;
+        BoundStatement statement(std::string("insert into kept values({id}, ") + refusal.tail);
+        int value = 4;
+        for (const char* name : refusal.names) {
+            statement.bind(name, value++);
+        }
+        LogCapture log;
+        EXPECT_EQ(runStatement(statement), expected);
+        EXPECT_EQ(lastError().category, byServer ? ErrorCategory::Syntax : ErrorCategory::Refused);
+        const auto lines = log.at(LogLevel::Info);
+        EXPECT_EQ(lines.size(), 1u);
+        for (const auto& line : lines) {
+            EXPECT_EQ(line.returnedCode, expected);
+            EXPECT_EQ(line.text.rfind("[VORNLib]", 0), 0u) << line.text;
+        }
+        unsigned long code = 0;
+        EXPECT_EQ(readRows(statement, 1, &code), Rows{});
+        EXPECT_EQ(code, expected);
     }
-    LogCapture log;
-    EXPECT_EQ(runStatement(statement), expected);
-    EXPECT_EQ(lastError().category, byServer ? ErrorCategory::Syntax : ErrorCategory::Refused);
-    const auto lines = log.at(LogLevel::Info);
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0].returnedCode, expected);
-    EXPECT_EQ(lines[0].text.rfind("[VORNLib]", 0), 0u) << lines[0].text;
-
-    unsigned long code = 0;
-    EXPECT_EQ(readRows(statement, 1, &code), Rows{});
-    EXPECT_EQ(code, expected);
     EXPECT_EQ(keptRows(), seededKept());
 }
-
-const Refusal kRefusals[] = {
-    {"PlaceholderWithoutValue", "'x')", {}, errc::kUnknownPlaceholder, false},
-    {"ValueWithoutPlaceholder", "'x')", {"id", "extra"}, errc::kUnusedParameter, false},
-    {"ValueUnderANameNoPlaceholderCanHave", "'x')", {"id", "a b"}, errc::kUnusedParameter, false},
-    {"EmptyBraces", "{})", {"id"}, errc::kMalformedPlaceholder, false},
-    {"NameWithABlank", "{a b})", {"id"}, errc::kMalformedPlaceholder, false},
-    {"UnclosedBrace", "{name)", {"id", "name"}, errc::kMalformedPlaceholder, false},
-    {"NumberedMarkerOfTheStore", "$1)", {"id"}, errc::kMalformedPlaceholder, false},
-    {"QuestionMarkOfSqlite", "?)", {"id"}, errc::kMalformedPlaceholder, true},
-    {"NamedMarkerOfSqlite", ":name)", {"id"}, errc::kMalformedPlaceholder, true},
-    {"SecondStatement", "'x'); delete from kept", {"id"}, errc::kMultipleStatements, false},
-};
-
-INSTANTIATE_TEST_SUITE_P(Cases, BoundRefusalTest, ::testing::ValuesIn(kRefusals));
 
 // Braces inside quoted text and comments are text; the same placeholder may
 // stand more than once and takes one value.
