@@ -1,5 +1,8 @@
-// The executor against the store: refusals, the session-name rule and the
-// guard. Store failures and what they keep: bad_input_test.cpp.
+// The executor against the store: refusals and the session-name rule, which
+// also shows that the guard's own name is ignored. Store failures and what
+// they keep: bad_input_test.cpp; transaction calls: batch_exec_test.cpp and
+// bound_statement_test.cpp, their answers when misplaced:
+// tests/conformance/log_rules_test.cpp.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -58,7 +61,7 @@ TEST_P(SessionNameTest, ChoosesTheStoreByFlagAndProcessIdentity) {
     create.assign("create table marker(x integer)");
     ASSERT_EQ(db->execWriteSQL(create), 0u);
 
-    for (const char* session : {"default", "NeBackupDB", "NeUpgradeDB"}) {
+    for (const char* session : {"default", "NeBackupDB", "NeUpgradeDB", "SettingInfoDB"}) {
         EXPECT_EQ(storeUsed(session), std::string(session) == GetParam().session) << session;
     }
 }
@@ -74,35 +77,6 @@ INSTANTIATE_TEST_SUITE_P(Rule, SessionNameTest,
                                            SessionCase{true, 4074, "NeUpgradeDB"},
                                            SessionCase{true, 65536, "NeUpgradeDB"},
                                            SessionCase{true, 1234, "NeUpgradeDB"}));
-
-// The thread and session-name rules of transactions are the data-access
-// layer's (tests/dal/contract), the answers to misplaced calls in
-// tests/conformance/log_rules_test.cpp; the executor passes its calls on.
-TEST_F(ExecutorTest, TransactionCallsReachTheTransactionOfTheSessionName) {
-    ASSERT_EQ(runWrite("create table t(id integer)"), 0u);
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
-    ASSERT_EQ(db->beginTransaction(), 0u);
-    ASSERT_EQ(runWrite("insert into t values(1)"), 0u);
-    ASSERT_EQ(db->rollbackTransaction(), 0u);
-    ASSERT_EQ(db->beginTransaction(), 0u);
-    ASSERT_EQ(runWrite("insert into t values(2)"), 0u);
-    ASSERT_EQ(db->commitTransaction(), 0u);
-    EXPECT_EQ(runQuery("select id from t", 1), (Rows{{"2"}}));
-}
-
-TEST_F(ExecutorTest, GuardIgnoresItsNameAndHandsOutTheObjectItOwns) {
-    CVORN* db = nullptr;
-    {
-        GuardDB guard("DevInfoDB", db, false);
-        ASSERT_NE(db, nullptr);
-        CVORNsqlstr create;
-        create.assign("create table t(x integer)");
-        EXPECT_EQ(db->execWriteSQL(create), 0u);
-    }
-    EXPECT_TRUE(storeUsed("default"));
-    EXPECT_FALSE(storeUsed("DevInfoDB"));
-}
 
 }  // namespace
 }  // namespace vorn::test
