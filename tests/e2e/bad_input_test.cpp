@@ -7,6 +7,7 @@
 #include <string>
 
 #include "log_capture.h"
+#include "render_case.h"
 #include "store_fixture.h"
 #include "vorn/vorn.h"
 
@@ -23,6 +24,7 @@ struct BadInput {
     std::uint64_t sqliteCode;
     const char* sqlstate;  // null: any nonzero code on PostgreSQL
 };
+VORN_PRINT_BY_NAME(BadInput);
 
 class BadInputTest : public StoreTest, public ::testing::WithParamInterface<BadInput> {
   public:
@@ -46,10 +48,6 @@ class BadInputTest : public StoreTest, public ::testing::WithParamInterface<BadI
         }
     }
 };
-
-void PrintTo(const BadInput& input, std::ostream* out) {
-    *out << input.name;
-}
 
 bool isOneCleanLine(const std::string& text) {
     for (unsigned char c : text) {
