@@ -70,6 +70,8 @@ TEST_F(PgBatch, EveryElementTypeRoundTripsExactly) {
         d.push_back(r.d);
     }
     std::vector<float> fd = f;  // a column of its own: COPY takes bare, distinct placeholders
+    Params params;
+    params.add("n", n).add("s", s).add("i", i).add("u", u).add("f", f).add("d", d).add("fd", fd);
     ASSERT_TRUE(run(m_session,
                     "create table b(n int8, s text, i int8, u int8, f real, d float8, fd float8)")
                     .ok());
@@ -79,16 +81,7 @@ TEST_F(PgBatch, EveryElementTypeRoundTripsExactly) {
           "insert into b select {n}, {s}, {i}, {u}, {f}, {d}, {fd}"}) {
         SCOPED_TRACE(sql);
         ASSERT_TRUE(run(m_session, "delete from b").ok());
-        const ExecResult status = batch(m_session, sql,
-                                        Params()
-                                            .add("n", n)
-                                            .add("s", s)
-                                            .add("i", i)
-                                            .add("u", u)
-                                            .add("f", f)
-                                            .add("d", d)
-                                            .add("fd", fd)
-                                            .ref());
+        const ExecResult status = batch(m_session, sql, params.ref());
         ASSERT_TRUE(status.ok()) << detailOf(status);
         const Rows stored = all("b");
         ASSERT_EQ(stored.size(), std::size(rows));
