@@ -34,34 +34,36 @@ class PgBatch : public PgTest {
                                               "insert into u (id, name) select {id}, {name}"};
 };
 
+constexpr float kFloatInf = std::numeric_limits<float>::infinity();
+constexpr double kDoubleInf = std::numeric_limits<double>::infinity();
+// One row of each element type, at its limits and its hard cases.
+const struct {
+    const char* s;
+    std::int64_t i;
+    std::uint64_t u;
+    float f;  // also into a double column: the float's exact value
+    double d;
+} kElementRows[] = {
+    {"", I::min(), 0, 0.1F, 0.1},
+    {"NULL", -1, I::max(), -1.5F, 1.0 / 3},
+    {"null", 0, std::uint64_t{1} << 63, FLT_MAX, DBL_MAX},
+    {"it's \"quoted\"", 1, U::max() - 1, FLT_MIN, DBL_MIN},
+    {"back\\slash \\\\ \\\"", I::max(), U::max(), FLT_TRUE_MIN, 5e-324},
+    {"{braces},{\"x\"}", 42, 1, 3.14159274F, -2.5e-310},
+    {"a, b; c", -42, 2, -0.0F, -0.0},
+    {"  blanks  ", 7, 3, 1e-40F, 123456789.123456789},
+    {"h\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80", 8, 4, 16777217.0F, -kDoubleInf},
+    {"{i} not a placeholder", 9, 5, kFloatInf, 9007199254740993.0},
+    {"line\nbreak\ttab", 10, 6, 2.5F, 1e300},
+};
+
 TEST_F(PgBatch, EveryElementTypeRoundTripsExactly) {
-    constexpr float kFloatInf = std::numeric_limits<float>::infinity();
-    constexpr double kDoubleInf = std::numeric_limits<double>::infinity();
-    const struct {
-        const char* s;
-        std::int64_t i;
-        std::uint64_t u;
-        float f;  // also into a double column: the float's exact value
-        double d;
-    } rows[] = {
-        {"", I::min(), 0, 0.1F, 0.1},
-        {"NULL", -1, I::max(), -1.5F, 1.0 / 3},
-        {"null", 0, std::uint64_t{1} << 63, FLT_MAX, DBL_MAX},
-        {"it's \"quoted\"", 1, U::max() - 1, FLT_MIN, DBL_MIN},
-        {"back\\slash \\\\ \\\"", I::max(), U::max(), FLT_TRUE_MIN, 5e-324},
-        {"{braces},{\"x\"}", 42, 1, 3.14159274F, -2.5e-310},
-        {"a, b; c", -42, 2, -0.0F, -0.0},
-        {"  blanks  ", 7, 3, 1e-40F, 123456789.123456789},
-        {"h\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80", 8, 4, 16777217.0F, -kDoubleInf},
-        {"{i} not a placeholder", 9, 5, kFloatInf, 9007199254740993.0},
-        {"line\nbreak\ttab", 10, 6, 2.5F, 1e300},
-    };
     std::vector<std::int64_t> n, i;
     std::vector<std::string> s;
     std::vector<std::uint64_t> u;
     std::vector<float> f;
     std::vector<double> d;
-    for (const auto& r : rows) {
+    for (const auto& r : kElementRows) {
         n.push_back(static_cast<std::int64_t>(n.size()));
         s.emplace_back(r.s);
         i.push_back(r.i);
@@ -84,7 +86,7 @@ TEST_F(PgBatch, EveryElementTypeRoundTripsExactly) {
         const ExecResult status = batch(m_session, sql, params.ref());
         ASSERT_TRUE(status.ok()) << detailOf(status);
         const Rows stored = all("b");
-        ASSERT_EQ(stored.size(), std::size(rows));
+        ASSERT_EQ(stored.size(), std::size(kElementRows));
         for (std::size_t r = 0; r < stored.size(); ++r) {
             SCOPED_TRACE(r);
             const std::vector<std::string>& got = stored[r];
