@@ -25,10 +25,7 @@ struct ComparisonCase {
     std::function<CVORNCriterion(Item&)> compare;
     std::string expected;
 };
-
-void PrintTo(const ComparisonCase& example, std::ostream* os) {
-    *os << example.name;
-}
+VORN_PRINT_BY_NAME(ComparisonCase);
 
 CVORNsqlstr raw(const std::string& sql) {
     CVORNsqlstr statement;
@@ -202,10 +199,7 @@ struct JoinCase {
     std::string right;
     std::string expected;
 };
-
-void PrintTo(const JoinCase& example, std::ostream* os) {
-    *os << example.name;
-}
+VORN_PRINT_BY_NAME(JoinCase);
 
 class Join : public ::testing::TestWithParam<JoinCase> {};
 
@@ -254,10 +248,7 @@ struct AggregateCase {
     const char* operand;
     const char* expected;
 };
-
-void PrintTo(const AggregateCase& example, std::ostream* os) {
-    *os << example.name;
-}
+VORN_PRINT_BY_NAME(AggregateCase);
 
 class Aggregate : public ::testing::TestWithParam<AggregateCase> {};
 

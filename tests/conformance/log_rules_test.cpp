@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "log_capture.h"
+#include "render_case.h"
 #include "store_fixture.h"
 #include "vorn/vorn.h"
 
@@ -36,10 +37,7 @@ struct LogRule {
     std::vector<Line> lines;
     bool reads = false;  // traced at its entry
 };
-
-void PrintTo(const LogRule& rule, std::ostream* os) {
-    *os << rule.name;
-}
+VORN_PRINT_BY_NAME(LogRule);
 
 unsigned long write(CVORN& db, const char* sql) {
     CVORNsqlstr statement;

@@ -64,10 +64,7 @@ struct TextRule {
     std::function<std::string()> text;
     std::string expected;
 };
-
-void PrintTo(const TextRule& rule, std::ostream* os) {
-    *os << rule.name;
-}
+VORN_PRINT_BY_NAME(TextRule);
 
 // clang-format off
 const TextRule kRules[] = {

@@ -1,11 +1,12 @@
-// The executor against the embedded store: refusals, store failures, the
-// session-name rule and the guard.
+// The executor against the store: refusals and the session-name rule, which
+// also shows that the guard's own name is ignored. Store failures and what
+// they keep: bad_input_test.cpp; transaction calls: batch_exec_test.cpp and
+// bound_statement_test.cpp, their answers when misplaced:
+// tests/conformance/log_rules_test.cpp.
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <filesystem>
 #include <string>
-#include <vector>
 
 #include "store_fixture.h"
 #include "vorn/vorn.h"
@@ -30,35 +31,6 @@ TEST_F(ExecutorTest, EmptyStatementsAreRefusedWithoutOpeningASession) {
     EXPECT_FALSE(reader.hasNextElement());
     EXPECT_FALSE(storeUsed("default"));
 }
-
-struct StoreFailure {
-    const char* name;
-    const char* sql;
-    unsigned long sqliteCode;
-    const char* sqlstate;
-};
-
-void PrintTo(const StoreFailure& failure, std::ostream* out) {
-    *out << failure.name;
-}
-
-class WriteFailureTest : public StoreTest, public ::testing::WithParamInterface<StoreFailure> {};
-
-TEST_P(WriteFailureTest, ReturnsTheStoreCodeAndKeepsWhatWasStored) {
-    ASSERT_EQ(runWrite("create table kept(id integer primary key, name text unique)"), 0u);
-    ASSERT_EQ(runWrite("insert into kept values(1, 'one')"), 0u);
-
-    EXPECT_EQ(runWrite(GetParam().sql), storeCode(GetParam().sqliteCode, GetParam().sqlstate));
-    EXPECT_EQ(runQuery("select id, name from kept", 2), (Rows{{"1", "one"}}));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Store, WriteFailureTest,
-    ::testing::Values(StoreFailure{"Syntax", "insert into kept valeus(2)", 1, "42601"},
-                      StoreFailure{"MissingTable", "insert into nowhere values(2)", 1, "42P01"},
-                      StoreFailure{"PrimaryKey", "insert into kept values(1, 'x')", 1555, "23505"},
-                      StoreFailure{"Unique", "insert into kept values(2, 'one')", 2067, "23505"}),
-    [](const auto& test) { return std::string(test.param.name); });
 
 // The process identity used by the session-name rule.
 std::uint64_t g_processId = 0;
@@ -89,7 +61,7 @@ TEST_P(SessionNameTest, ChoosesTheStoreByFlagAndProcessIdentity) {
     create.assign("create table marker(x integer)");
     ASSERT_EQ(db->execWriteSQL(create), 0u);
 
-    for (const char* session : {"default", "NeBackupDB", "NeUpgradeDB"}) {
+    for (const char* session : {"default", "NeBackupDB", "NeUpgradeDB", "SettingInfoDB"}) {
         EXPECT_EQ(storeUsed(session), std::string(session) == GetParam().session) << session;
     }
 }
@@ -105,37 +77,6 @@ INSTANTIATE_TEST_SUITE_P(Rule, SessionNameTest,
                                            SessionCase{true, 4074, "NeUpgradeDB"},
                                            SessionCase{true, 65536, "NeUpgradeDB"},
                                            SessionCase{true, 1234, "NeUpgradeDB"}));
-
-// The thread and session-name rules of transactions are the data-access
-// layer's (tests/dal/contract); the executor passes its calls on to them.
-TEST_F(ExecutorTest, TransactionCallsReachTheTransactionOfTheSessionName) {
-    ASSERT_EQ(runWrite("create table t(id integer)"), 0u);
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
-    ASSERT_EQ(db->beginTransaction(), 0u);
-    ASSERT_EQ(runWrite("insert into t values(1)"), 0u);
-    ASSERT_EQ(db->rollbackTransaction(), 0u);
-    ASSERT_EQ(db->beginTransaction(), 0u);
-    ASSERT_EQ(runWrite("insert into t values(2)"), 0u);
-    ASSERT_EQ(db->commitTransaction(), 0u);
-    EXPECT_EQ(runQuery("select id from t", 1), (Rows{{"2"}}));
-    // Without a transaction, the store's answer: SQLite refuses, PostgreSQL only warns.
-    EXPECT_EQ(db->commitTransaction(), onPostgres() ? 0u : 1u);
-    EXPECT_EQ(db->rollbackTransaction(), onPostgres() ? 0u : 1u);
-}
-
-TEST_F(ExecutorTest, GuardIgnoresItsNameAndHandsOutTheObjectItOwns) {
-    CVORN* db = nullptr;
-    {
-        GuardDB guard("DevInfoDB", db, false);
-        ASSERT_NE(db, nullptr);
-        CVORNsqlstr create;
-        create.assign("create table t(x integer)");
-        EXPECT_EQ(db->execWriteSQL(create), 0u);
-    }
-    EXPECT_TRUE(storeUsed("default"));
-    EXPECT_FALSE(storeUsed("DevInfoDB"));
-}
 
 }  // namespace
 }  // namespace vorn::test

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "render_case.h"
 #include "store_fixture.h"
 #include "vorn/vorn.h"
 
@@ -74,10 +75,7 @@ struct Off {
     const char* name;
     const char* adminPrefix;  // of "<prefix><database> set ...", or null: the caller's SET
 };
-
-void PrintTo(const Off& off, std::ostream* out) {
-    *out << off.name;
-}
+VORN_PRINT_BY_NAME(Off);
 
 class PgQuotingModeTest : public PgSessionModeTest, public ::testing::WithParamInterface<Off> {
   protected:

@@ -20,14 +20,10 @@ class FreshProcess : public ::testing::Test {
 };
 
 struct LevelCase {
-    const char* name;
     const char* value;  // null: variable unset
     LogLevel expected;
     const char* complaint;  // null, or a part of the error record that reports the value
 };
-
-class LevelFromEnvironment : public FreshProcess,
-                             public ::testing::WithParamInterface<LevelCase> {};
 
 [[noreturn]] void checkLevel(const LevelCase& c) {
     if (c.value != nullptr) {
@@ -47,23 +43,23 @@ class LevelFromEnvironment : public FreshProcess,
     std::_Exit(levelRight && complaintRight ? 0 : 1);
 }
 
-TEST_P(LevelFromEnvironment, SetsTheThresholdAtFirstUse) {
-    EXPECT_EXIT(checkLevel(GetParam()), ::testing::ExitedWithCode(0), "");
+TEST_F(FreshProcess, TheLevelIsSetFromTheVariableAtFirstUse) {
+    const LevelCase cases[] = {
+        {nullptr, LogLevel::Info, nullptr},
+        {"", LogLevel::Info, nullptr},
+        {"trace", LogLevel::Trace, nullptr},
+        {"info", LogLevel::Info, nullptr},
+        {"ERROR", LogLevel::Error, nullptr},
+        {"Off", LogLevel::Off, nullptr},
+        {"verbose", LogLevel::Info,
+         "[VORNLib]Logger! VORN_LOG_LEVEL=verbose is not trace, info, error or off"},
+        {"x\ny", LogLevel::Info, "VORN_LOG_LEVEL=x\\x0Ay is"},  // scrubbed in the complaint
+    };
+    for (const LevelCase& c : cases) {
+        EXPECT_EXIT(checkLevel(c), ::testing::ExitedWithCode(0), "")
+            << (c.value == nullptr ? "unset" : c.value);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Values, LevelFromEnvironment,
-    ::testing::Values(
-        LevelCase{"Unset", nullptr, LogLevel::Info, nullptr},
-        LevelCase{"Empty", "", LogLevel::Info, nullptr},
-        LevelCase{"Trace", "trace", LogLevel::Trace, nullptr},
-        LevelCase{"Info", "info", LogLevel::Info, nullptr},
-        LevelCase{"ErrorUpperCase", "ERROR", LogLevel::Error, nullptr},
-        LevelCase{"Off", "Off", LogLevel::Off, nullptr},
-        LevelCase{"Unknown", "verbose", LogLevel::Info,
-                  "[VORNLib]Logger! VORN_LOG_LEVEL=verbose is not trace, info, error or off"},
-        LevelCase{"ScrubbedInComplaint", "x\ny", LogLevel::Info, "VORN_LOG_LEVEL=x\\x0Ay is"}),
-    [](const ::testing::TestParamInfo<LevelCase>& param) { return std::string(param.param.name); });
 
 using LevelFromEnvironmentOnce = FreshProcess;
 

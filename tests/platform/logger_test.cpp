@@ -70,36 +70,33 @@ TEST(Logger, DeliversRecordsExactly) {
     expectRecord(records[5], LogLevel::Info, 0, SourceLocation{"", "", 0}, "x");
 }
 
-class Threshold : public ::testing::TestWithParam<LogLevel> {};
-
-TEST_P(Threshold, PassesLevelsAtOrAboveIt) {
-    const LogCapture capture;
-    const LogLevel threshold = GetParam();
-    Logger::setLevel(threshold);
-    EXPECT_EQ(Logger::level(), threshold);
-
-    Logger::trace(kWhere, "t");
-    Logger::info(kWhere, "i");
-    Logger::error(2, kWhere, "e");
-
-    std::string seen;
-    for (const auto& r : capture.records()) {
-        seen += r.text;
+TEST(Logger, PassesLevelsAtOrAboveTheThreshold) {
+    const struct {
+        LogLevel threshold;
+        std::string passed;  // of trace, info and error: "t", "i", "e"
+    } cases[] = {{LogLevel::Trace, "tie"},
+                 {LogLevel::Info, "ie"},
+                 {LogLevel::Error, "e"},
+                 {LogLevel::Off, ""}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.passed);
+        const LogCapture capture;
+        Logger::setLevel(c.threshold);
+        EXPECT_EQ(Logger::level(), c.threshold);
+        Logger::trace(kWhere, "t");
+        Logger::info(kWhere, "i");
+        Logger::error(2, kWhere, "e");
+        std::string seen;
+        for (const auto& r : capture.records()) {
+            seen += r.text;
+        }
+        EXPECT_EQ(seen, c.passed);
+        EXPECT_EQ(Logger::enabled(LogLevel::Trace), c.passed.find('t') != std::string::npos);
+        EXPECT_EQ(Logger::enabled(LogLevel::Info), c.passed.find('i') != std::string::npos);
+        EXPECT_EQ(Logger::enabled(LogLevel::Error), c.passed.find('e') != std::string::npos);
+        EXPECT_FALSE(Logger::enabled(LogLevel::Off));
     }
-    const std::string expected = threshold == LogLevel::Trace   ? "tie"
-                                 : threshold == LogLevel::Info  ? "ie"
-                                 : threshold == LogLevel::Error ? "e"
-                                                                : "";
-    EXPECT_EQ(seen, expected);
-    EXPECT_EQ(Logger::enabled(LogLevel::Trace), expected.find('t') != std::string::npos);
-    EXPECT_EQ(Logger::enabled(LogLevel::Info), expected.find('i') != std::string::npos);
-    EXPECT_EQ(Logger::enabled(LogLevel::Error), expected.find('e') != std::string::npos);
-    EXPECT_FALSE(Logger::enabled(LogLevel::Off));
 }
-
-INSTANTIATE_TEST_SUITE_P(Levels, Threshold,
-                         ::testing::Values(LogLevel::Trace, LogLevel::Info, LogLevel::Error,
-                                           LogLevel::Off));
 
 // A trace logs entry and exit around its scope, as the threshold was on entry.
 TEST(FunctionTrace, TracesEntryAndExitAroundTheScope) {

@@ -68,7 +68,7 @@ TEST(SnprintfS, FormatsOrCutsAtMaxCount) {
     }
 }
 
-TEST(SnprintfS, RefusesInvalidArguments) {
+TEST(SnprintfS, RefusesInvalidArgumentsAndFailedFormatting) {
     const char* noFormat = nullptr;
     struct Case {
         const char* name;
@@ -92,13 +92,10 @@ TEST(SnprintfS, RefusesInvalidArguments) {
     EXPECT_EQ(snprintf_s(&untouched, 0, 0, "%d", 1), -1);
     EXPECT_EQ(untouched, 'x');
     EXPECT_EQ(snprintf_s(nullptr, 8, 7, "%d", 1), -1);
-}
-
-TEST(SnprintfS, FormattingFailureLeavesEmptyText) {
-    char buffer[kBufferSize];
-    std::memset(buffer, 'x', sizeof buffer);
-    // A wide character the C locale cannot convert makes the conversion fail.
-    EXPECT_EQ(snprintf_s(buffer, kBufferSize, kMaxCount, "%ls", L"\xFFFF"), -1);
+    // A wide character the C locale cannot convert makes the formatting fail:
+    // the text is left empty.
+    char buffer[8] = "xxxxxxx";
+    EXPECT_EQ(snprintf_s(buffer, sizeof buffer, 7, "%ls", L"\xFFFF"), -1);
     EXPECT_EQ(buffer[0], '\0');
 }
 

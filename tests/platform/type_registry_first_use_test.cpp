@@ -1,3 +1,7 @@
+// The container records the batch path reads a column through: one record
+// per type with its element code, however many callers ask at once. The walk
+// over a column's elements is what every batch round trip reads
+// (tests/dal/contract/batch_test.cpp, tests/e2e/batch_exec_test.cpp).
 #include <gtest/gtest.h>
 
 #include <atomic>

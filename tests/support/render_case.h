@@ -45,6 +45,13 @@ struct CaseName {
 
 }  // namespace vorn::test
 
+// Prints the cases of a table (type Case, with a member name) by their names.
+#define VORN_PRINT_BY_NAME(Case)                                     \
+    [[maybe_unused]] void PrintTo(const Case& c, std::ostream* os) { \
+        *os << c.name;                                               \
+    }                                                                \
+    static_assert(true, "")
+
 // One parameterised test per table of rendering rules: Suite/Rules.Renders/<case>.
 #define VORN_RENDER_RULES(Suite, Builder, table)                                       \
     class Suite : public ::testing::TestWithParam<vorn::test::RenderCase<Builder>> {}; \

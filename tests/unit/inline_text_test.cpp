@@ -65,24 +65,17 @@ TEST(InlineText, KeepsEveryCharacterThroughAppendsCopiesAndMoves) {
     }
 }
 
-TEST(InlineText, AppendsItsOwnTextOnEitherSideOfTheBoundary) {
+TEST(InlineText, AppendsItsOwnTextAndEnclosesInPlaceOnEitherSideOfTheBoundary) {
+    const std::string value = pattern(kInline);
     for (const std::size_t length : kLengths) {
         SCOPED_TRACE(length);
         const std::string half = pattern(length);
         InlineText text(half);
         text.append(text.view());
         EXPECT_EQ(text.view(), half + half);
-    }
-}
-
-TEST(InlineText, EnclosesInPlaceAcrossTheBoundary) {
-    for (const std::size_t length : kLengths) {
-        SCOPED_TRACE(length);
-        const std::string inner = pattern(length);
-        const std::string value = pattern(kInline);
-        InlineText text(inner);
-        vorn::detail::encloseConcat(text, {"='", value, "'"});
-        EXPECT_EQ(text.view(), "(" + inner + "='" + value + "')");
+        InlineText enclosed(half);
+        vorn::detail::encloseConcat(enclosed, {"='", value, "'"});
+        EXPECT_EQ(enclosed.view(), "(" + half + "='" + value + "')");
     }
 }
 

@@ -76,10 +76,7 @@ struct IntegerSite {
     std::function<std::string(Bits)> render;   // the library's text
     std::function<std::string(Bits)> printed;  // the old path's text
 };
-
-void PrintTo(const IntegerSite& site, std::ostream* os) {
-    *os << site.name;
-}
+VORN_PRINT_BY_NAME(IntegerSite);
 
 // clang-format off
 const IntegerSite kIntegerSites[] = {
@@ -196,10 +193,7 @@ struct DoubleSite {
     std::string unit;    // where a formatting failure is logged from
     std::string function;
 };
-
-void PrintTo(const DoubleSite& site, std::ostream* os) {
-    *os << site.name;
-}
+VORN_PRINT_BY_NAME(DoubleSite);
 
 float asFloat(double value) {
     return static_cast<float>(value);

@@ -4,7 +4,9 @@
 #include <cfloat>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 #include <limits>
+#include <tuple>
 
 #include "dal_fixture.h"
 
@@ -32,42 +34,46 @@ class PgBatch : public PgTest {
                                               "insert into u (id, name) select {id}, {name}"};
 };
 
+constexpr float kFloatInf = std::numeric_limits<float>::infinity();
+constexpr double kDoubleInf = std::numeric_limits<double>::infinity();
+// One row of each element type, at its limits and its hard cases.
+const struct {
+    const char* s;
+    std::int64_t i;
+    std::uint64_t u;
+    float f;  // also into a double column: the float's exact value
+    double d;
+} kElementRows[] = {
+    {"", I::min(), 0, 0.1F, 0.1},
+    {"NULL", -1, I::max(), -1.5F, 1.0 / 3},
+    {"null", 0, std::uint64_t{1} << 63, FLT_MAX, DBL_MAX},
+    {"it's \"quoted\"", 1, U::max() - 1, FLT_MIN, DBL_MIN},
+    {"back\\slash \\\\ \\\"", I::max(), U::max(), FLT_TRUE_MIN, 5e-324},
+    {"{braces},{\"x\"}", 42, 1, 3.14159274F, -2.5e-310},
+    {"a, b; c", -42, 2, -0.0F, -0.0},
+    {"  blanks  ", 7, 3, 1e-40F, 123456789.123456789},
+    {"h\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80", 8, 4, 16777217.0F, -kDoubleInf},
+    {"{i} not a placeholder", 9, 5, kFloatInf, 9007199254740993.0},
+    {"line\nbreak\ttab", 10, 6, 2.5F, 1e300},
+};
+
 TEST_F(PgBatch, EveryElementTypeRoundTripsExactly) {
-    std::vector<std::string> s{"",
-                               "NULL",
-                               "null",
-                               "it's \"quoted\"",
-                               "back\\slash \\\\ \\\"",
-                               "{braces},{\"x\"}",
-                               "a, b; c",
-                               "  blanks  ",
-                               "h\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80",
-                               "{i} not a placeholder",
-                               "line\nbreak\ttab"};
-    const std::size_t n = s.size();
-    std::vector<std::int64_t> order(n);
-    for (std::size_t r = 0; r < n; ++r) {
-        order[r] = static_cast<std::int64_t>(r);
+    std::vector<std::int64_t> n, i;
+    std::vector<std::string> s;
+    std::vector<std::uint64_t> u;
+    std::vector<float> f;
+    std::vector<double> d;
+    for (const auto& r : kElementRows) {
+        n.push_back(static_cast<std::int64_t>(n.size()));
+        s.emplace_back(r.s);
+        i.push_back(r.i);
+        u.push_back(r.u);
+        f.push_back(r.f);
+        d.push_back(r.d);
     }
-    std::vector<std::int64_t> i{I::min(), -1, 0, 1, I::max(), 42, -42, 7, 8, 9, 10};
-    std::vector<std::uint64_t> u{
-        0, I::max(), std::uint64_t{1} << 63, U::max() - 1, U::max(), 1, 2, 3, 4, 5, 6};
-    std::vector<float> f{
-        0.1F,        -1.5F, FLT_MAX, FLT_MIN,     FLT_TRUE_MIN,
-        3.14159274F, -0.0F, 1e-40F,  16777217.0F, std::numeric_limits<float>::infinity(),
-        2.5F};
-    std::vector<double> d{0.1,
-                          1.0 / 3,
-                          DBL_MAX,
-                          DBL_MIN,
-                          5e-324,
-                          -2.5e-310,
-                          -0.0,
-                          123456789.123456789,
-                          -std::numeric_limits<double>::infinity(),
-                          9007199254740993.0,
-                          1e300};
-    std::vector<float> fd = f;  // floats into a double column: the float's exact value
+    std::vector<float> fd = f;  // a column of its own: COPY takes bare, distinct placeholders
+    Params params;
+    params.add("n", n).add("s", s).add("i", i).add("u", u).add("f", f).add("d", d).add("fd", fd);
     ASSERT_TRUE(run(m_session,
                     "create table b(n int8, s text, i int8, u int8, f real, d float8, fd float8)")
                     .ok());
@@ -77,33 +83,23 @@ TEST_F(PgBatch, EveryElementTypeRoundTripsExactly) {
           "insert into b select {n}, {s}, {i}, {u}, {f}, {d}, {fd}"}) {
         SCOPED_TRACE(sql);
         ASSERT_TRUE(run(m_session, "delete from b").ok());
-        const ExecResult status = batch(m_session, sql,
-                                        Params()
-                                            .add("n", order)
-                                            .add("s", s)
-                                            .add("i", i)
-                                            .add("u", u)
-                                            .add("f", f)
-                                            .add("d", d)
-                                            .add("fd", fd)
-                                            .ref());
+        const ExecResult status = batch(m_session, sql, params.ref());
         ASSERT_TRUE(status.ok()) << detailOf(status);
-        const Rows rows = all("b");
-        ASSERT_EQ(rows.size(), n);
-        for (std::size_t r = 0; r < n; ++r) {
+        const Rows stored = all("b");
+        ASSERT_EQ(stored.size(), std::size(kElementRows));
+        for (std::size_t r = 0; r < stored.size(); ++r) {
             SCOPED_TRACE(r);
-            EXPECT_EQ(rows[r][1], s[r]);
-            EXPECT_EQ(std::strtoll(rows[r][2].c_str(), nullptr, 10), i[r]);
-            EXPECT_EQ(std::strtoul(rows[r][3].c_str(), nullptr, 10),
-                      u[r]);  // as the reader reads it
-            const float readF = static_cast<float>(std::strtod(rows[r][4].c_str(), nullptr));
-            EXPECT_EQ(readF, f[r]) << rows[r][4];
-            EXPECT_EQ(std::signbit(readF), std::signbit(f[r])) << rows[r][4];
-            const double readD = std::strtod(rows[r][5].c_str(), nullptr);
-            EXPECT_EQ(readD, d[r]) << rows[r][5];
-            EXPECT_EQ(std::signbit(readD), std::signbit(d[r])) << rows[r][5];
-            EXPECT_EQ(std::strtod(rows[r][6].c_str(), nullptr), static_cast<double>(fd[r]))
-                << rows[r][6];
+            const std::vector<std::string>& got = stored[r];
+            const auto readF = static_cast<float>(std::strtod(got[4].c_str(), nullptr));
+            const double readD = std::strtod(got[5].c_str(), nullptr);
+            // u as the reader reads it; signs of zeros and infinities too.
+            EXPECT_EQ(std::make_tuple(got[1], std::strtoll(got[2].c_str(), nullptr, 10),
+                                      std::strtoul(got[3].c_str(), nullptr, 10), readF,
+                                      std::signbit(readF), readD, std::signbit(readD),
+                                      std::strtod(got[6].c_str(), nullptr)),
+                      std::make_tuple(s[r], i[r], u[r], f[r], std::signbit(f[r]), d[r],
+                                      std::signbit(d[r]), static_cast<double>(f[r])))
+                << got[4] << " " << got[5] << " " << got[6];
         }
     }
 }

@@ -1,8 +1,8 @@
 // PostgreSQL reads: the text of its own types (exact floating-point values:
-// batch_test.cpp reads them back), and reads that stream off the connection
-// while the same session name and thread go on writing: a failure that comes
-// after some rows, and readers given up before their end.
-#include <cstdlib>
+// batch_test.cpp reads them back), the transaction a read runs in, and
+// readers given up before their end. Writes between the rows of open reads,
+// and a read that fails after some rows, are the contract and end-to-end
+// suites' (on both stores).
 #include <string>
 
 #include "dal_fixture.h"
@@ -35,36 +35,6 @@ TEST_F(PgRead, FieldsOfPostgresTypesArriveInTheirTextForm) {
     }
 }
 
-// Autocommit writes made while a read is open are committed at once.
-TEST_F(PgRead, ManyRowsStreamWhileTheSameThreadWrites) {
-    ASSERT_TRUE(run(m_session, "create table log(at int8)").ok());
-    constexpr long kRows = 200000;
-    DataSession reader(m_session.c_str());
-    open(reader,
-         "select g, repeat('x', g % 50) from generate_series(1, " + std::to_string(kRows) + ") g");
-    Row row;
-    ExecResult status;
-    long count = 0;
-    long sum = 0;
-    bool textsRight = true;
-    while (reader.fetchRow(status, rowTarget(row), 100)) {
-        ++count;
-        const long g = std::strtol(row.at(0).str().c_str(), nullptr, 10);
-        sum += g;
-        textsRight =
-            textsRight && row.at(1).str() == std::string(static_cast<std::size_t>(g % 50), 'x');
-        if (count % 50000 == 0) {
-            ASSERT_TRUE(
-                run(m_session, "insert into log values (" + std::to_string(count) + ")").ok());
-            EXPECT_EQ(committedCount("log"), std::to_string(count / 50000));
-        }
-    }
-    EXPECT_TRUE(status.ok()) << detailOf(status);
-    EXPECT_EQ(count, kRows);
-    EXPECT_EQ(sum, kRows * (kRows + 1) / 2);
-    EXPECT_TRUE(textsRight);
-}
-
 // However a read ends, the transaction it ran in ends with it: a setting made
 // local to that transaction is gone for the next read.
 TEST_F(PgRead, AReadThatEndsLeavesNoTransactionBehind) {
@@ -91,30 +61,6 @@ TEST_F(PgRead, AReadThatEndsLeavesNoTransactionBehind) {
     }
 }
 
-TEST_F(PgRead, ReadsNestAndAbandonedReadsEndCleanly) {
-    DataSession outer(m_session.c_str());
-    open(outer, "select g from generate_series(1, 300) g");
-    Row row;
-    ExecResult status;
-    long inner = 0;
-    while (outer.fetchRow(status, rowTarget(row), 100)) {
-        DataSession s(m_session.c_str());
-        open(s, "select " + row.at(0).str() + " * 2");
-        Row innerRow;
-        ASSERT_TRUE(s.fetchRow(status, rowTarget(innerRow), 100));
-        inner += std::strtol(innerRow.at(0).str().c_str(), nullptr, 10);
-        if (row.at(0).str() == "150") {
-            DataSession abandoned(m_session.c_str());  // read one row of many, then dropped
-            open(abandoned, "select generate_series(1, 100000)");
-            ASSERT_TRUE(abandoned.fetchRow(status, rowTarget(innerRow), 100));
-        }
-    }
-    EXPECT_TRUE(status.ok()) << detailOf(status);
-    EXPECT_EQ(inner, 300 * 301);
-    ASSERT_TRUE(DataSession(m_session.c_str()).beginTransaction().ok());
-    ASSERT_TRUE(DataSession(m_session.c_str()).commit().ok());
-}
-
 TEST_F(PgRead, StatementsNoCursorCanRunAreReadWhole) {
     ASSERT_TRUE(run(m_session, "create table t(id serial primary key, v text)").ok());
     EXPECT_EQ(query(m_session, "insert into t (v) values ('a'), ('b') returning id, v"),
@@ -127,66 +73,6 @@ TEST_F(PgRead, StatementsNoCursorCanRunAreReadWhole) {
     ASSERT_TRUE(DataSession(m_session.c_str()).beginTransaction().ok());
     EXPECT_EQ(query(m_session, "select v from t for update"), (Rows{{"b"}}));
     ASSERT_TRUE(DataSession(m_session.c_str()).commit().ok());
-}
-
-// Reads kept open across writes, read by turns: each gets its own rows.
-TEST_F(PgRead, ReadsTakenInTurnsKeepTheirOwnRows) {
-    ASSERT_TRUE(run(m_session, "create table t(v int8)").ok());
-    DataSession a(m_session.c_str());
-    DataSession b(m_session.c_str());
-    Row row;
-    ExecResult status;
-    open(a, "select generate_series(1, 5000)");
-    ASSERT_TRUE(a.fetchRow(status, rowTarget(row), 100));
-    ASSERT_TRUE(run(m_session, "insert into t values (1)").ok());
-    open(b, "select generate_series(100001, 105000)");
-    ASSERT_TRUE(b.fetchRow(status, rowTarget(row), 100));
-    ASSERT_TRUE(run(m_session, "insert into t values (2)").ok());
-    long sumA = 1;
-    long sumB = 100001;
-    bool moreA = true;
-    bool moreB = true;
-    while (moreA || moreB) {
-        for (int i = 0; i < 7 && moreA; ++i) {
-            moreA = a.fetchRow(status, rowTarget(row), 100);
-            sumA += moreA ? std::strtol(row.at(0).str().c_str(), nullptr, 10) : 0;
-        }
-        for (int i = 0; i < 5 && moreB; ++i) {
-            moreB = b.fetchRow(status, rowTarget(row), 100);
-            sumB += moreB ? std::strtol(row.at(0).str().c_str(), nullptr, 10) : 0;
-        }
-    }
-    EXPECT_EQ(sumA, 5000L * 5001 / 2);
-    EXPECT_EQ(sumB, 5000L * (100001 + 105000) / 2);
-    EXPECT_EQ(committedCount("t"), "2");
-}
-
-// The server fails at row 5,000: the reader gets the 4,999 rows before it and
-// then the store's code and message, as from any failing read, whether it read
-// them off the wire or from memory (a write in between took the rest in). The
-// write is not caught up in the failure, and the name stays usable.
-TEST_F(PgRead, AFailureAfterSomeRowsReachesTheReaderAfterThoseRows) {
-    ASSERT_TRUE(run(m_session, "create table t(v int8)").ok());
-    for (const bool writeBetween : {false, true}) {
-        SCOPED_TRACE(writeBetween ? "a write between" : "read straight");
-        DataSession reader(m_session.c_str());
-        open(reader, "select g, 1 / (5000 - g) from generate_series(1, 10000) g");
-        ExecResult status;
-        long rows = readRows(reader, status, 10);
-        if (writeBetween) {
-            ASSERT_TRUE(run(m_session, "insert into t values (1)").ok());
-            EXPECT_EQ(committedCount("t"), "1");
-        }
-        rows += readRows(reader, status, 100000);
-        EXPECT_EQ(rows, 4999);
-        EXPECT_EQ(status.errorCode(), pgCode("22012")) << detailOf(status);
-        EXPECT_EQ(detailOf(status), "division by zero");
-        Row row;
-        EXPECT_FALSE(reader.fetchRow(status, rowTarget(row), 100));  // the read has ended
-        EXPECT_TRUE(status.ok()) << detailOf(status);
-    }
-    ASSERT_TRUE(run(m_session, "insert into t values (2)").ok());
-    EXPECT_EQ(committedCount("t"), "2");
 }
 
 // A reader given up with a short rest (read and thrown away) or a long one,

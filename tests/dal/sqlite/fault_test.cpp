@@ -2,13 +2,14 @@
 // directory. Every call gets the store's code, and what was stored before
 // stays intact and readable.
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
 
+#include "child_process.h"
 #include "dal_fixture.h"
 
 namespace vorn::test {
@@ -66,19 +67,14 @@ int rerunUnprivileged() {
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
     const std::string filter =
         std::string("--gtest_filter=") + info->test_suite_name() + "." + info->name();
-    const pid_t child = ::fork();
-    if (child == 0) {
+    const pid_t child = spawn([&filter] {
         char* argv[] = {const_cast<char*>("test"), const_cast<char*>(filter.c_str()), nullptr};
         if (::setgid(kNobody) == 0 && ::setuid(kNobody) == 0) {
             ::execv("/proc/self/exe", argv);
         }
-        ::_exit(kNoUser);
-    }
-    int status = -1;
-    if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status)) {
-        return -1;
-    }
-    return WEXITSTATUS(status);
+        return kNoUser;
+    });
+    return child < 0 ? -1 : waitFor(child, std::chrono::minutes(5));
 }
 
 // A database that may not grow refuses every write with SQLITE_FULL; a batch
