@@ -95,6 +95,14 @@ class Connection {
     // trip), as it may be asked once a second; a store without a server
     // keeps the default.
     virtual bool stillOpen() { return true; }
+    // A store kept in a file: true once the file at the connection's path is
+    // no longer the one the connection opened (deleted, or another file
+    // renamed over it, as a restore from a backup does), and usable() is
+    // false from then on. Asked before every call that may write outside a
+    // transaction, so that no write is acknowledged into a file nobody will
+    // read again: it may cost a stat(), no more. A store with a server keeps
+    // the default.
+    virtual bool fileReplaced() { return false; }
     // The descriptor of the connection's socket to its server; -1 for a store
     // without a server, and once the connection is lost. Closing a connection
     // under a connection budget, the cache watches it to give the place back

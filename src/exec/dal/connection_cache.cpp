@@ -212,7 +212,7 @@ bool reconnect(Slot& slot, std::shared_ptr<const DataSource> source, bool endsTr
 }  // namespace
 
 ConnectionLease acquireConnection(const std::string& name, platform::ExecResult& status,
-                                  bool endsTransaction) {
+                                  CallUse use) {
     const Clock::time_point now = Clock::now();
     sweepIfDue(now);
     t_connections.adoptAfterFork();
@@ -220,8 +220,15 @@ ConnectionLease acquireConnection(const std::string& name, platform::ExecResult&
     Slot& slot = t_connections.slot(name);
     const Clock::duration idle = now - slot.lastUsed;
     slot.lastUsed = now;
-    if (idle >= kIdleCheckAfter && slot.connection) {
-        lookAtIdle(slot, endsTransaction);  // one found gone is unusable from now on
+    const bool endsTransaction = use == CallUse::Commit || use == CallUse::Rollback;
+    if (slot.connection) {
+        // A connection found gone or replaced is unusable from now on.
+        if (idle >= kIdleCheckAfter) {
+            lookAtIdle(slot, endsTransaction);
+        } else if ((use == CallUse::Write || use == CallUse::Begin) &&
+                   !slot.connection->inTransaction()) {
+            slot.connection->fileReplaced();
+        }
     }
     const std::uint64_t generation = dataSourceGeneration();
     if (stillCurrent(slot, generation)) {

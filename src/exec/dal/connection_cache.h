@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -100,10 +101,16 @@ class ConnectionLease {
 // empty lease with status set when the name's data source is invalid or the
 // connect fails (the next call tries again). A lost connection stays in its
 // slot until a new one replaces it: for a call that ends a transaction
-// (endsTransaction: commit, rollback) it is handed out as it is, as there is
+// (commit, rollback) it is handed out as it is, as there is
 // nothing to end on a new connection. Closing and the idle time are the calls
 // of <vorn/connections.h> (connections.cpp).
+//
+// use says what the call will do with the connection: before a call that may
+// write outside a transaction a store kept in a file is asked whether its file
+// was replaced (Connection::fileReplaced), and a replaced one is reopened.
+enum class CallUse : std::uint8_t { Read, Write, Begin, Commit, Rollback };
+
 ConnectionLease acquireConnection(const std::string& name, platform::ExecResult& status,
-                                  bool endsTransaction = false);
+                                  CallUse use = CallUse::Read);
 
 }  // namespace vorn::dal

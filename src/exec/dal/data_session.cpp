@@ -30,11 +30,11 @@ struct SessionState {
     // Takes this thread's connection for the name at the first call that
     // needs it (again, when the process has forked since). A call that ends a
     // transaction takes a lost connection as it is (see acquireConnection).
-    ExecResult connect(bool endsTransaction = false) {
+    ExecResult connect(CallUse use) {
         ExecResult status;
         leaveIfInherited();
         if (!connection) {
-            connection = acquireConnection(name, status, endsTransaction);
+            connection = acquireConnection(name, status, use);
             forkGeneration = dal::forkGeneration();
         }
         return status;
@@ -71,13 +71,13 @@ struct SessionState {
     // Runs a statement that returns no rows to the caller (any kind but a read).
     ExecResult write(const std::string& sql) {
         endResult();
-        ExecResult status = connect();
+        ExecResult status = connect(CallUse::Write);
         return status.ok() ? connection->execute(sql) : status;
     }
 
     ExecResult writeBound(const std::string& sql, const BoundParameters& parameters) {
         endResult();
-        ExecResult status = connect();
+        ExecResult status = connect(CallUse::Write);
         return status.ok() ? connection->executeBound(sql, parameters) : status;
     }
 
@@ -104,7 +104,7 @@ const std::string& DataSession::sessionName() const noexcept {
 
 ExecResult DataSession::beginTransaction() {
     const dal::CallBound bound(m_state->name);
-    ExecResult status = m_state->connect();
+    ExecResult status = m_state->connect(dal::CallUse::Begin);
     return status.ok() ? m_state->connection->begin() : status;
 }
 
@@ -112,7 +112,7 @@ ExecResult DataSession::beginTransaction() {
 // was committed.
 ExecResult DataSession::commit() {
     const dal::CallBound bound(m_state->name);
-    ExecResult status = m_state->connect(true);
+    ExecResult status = m_state->connect(dal::CallUse::Commit);
     return status.ok() ? m_state->connection->commit() : status;
 }
 
@@ -122,7 +122,7 @@ ExecResult DataSession::commit() {
 ExecResult DataSession::rollback() {
     const dal::CallBound bound(m_state->name);
     dal::limitCall(dal::kOwnStepBound);
-    ExecResult status = m_state->connect(true);
+    ExecResult status = m_state->connect(dal::CallUse::Rollback);
     if (!status.ok() || !m_state->connection->usable()) {
         return status;
     }
@@ -137,7 +137,7 @@ ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind
         return m_state->write(sql);
     }
     m_state->endResult();
-    ExecResult status = m_state->connect();
+    ExecResult status = m_state->connect(dal::CallUse::Read);
     if (!status.ok()) {
         return status;
     }
@@ -157,7 +157,7 @@ ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind
     if (!status.ok()) {
         return status;
     }
-    status = m_state->connect();
+    status = m_state->connect(dal::CallUse::Write);
     if (!status.ok()) {
         return status;
     }
@@ -180,7 +180,7 @@ ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind
         return m_state->writeBound(sql, parameters);
     }
     m_state->endResult();
-    ExecResult status = m_state->connect();
+    ExecResult status = m_state->connect(dal::CallUse::Read);
     if (!status.ok()) {
         return status;
     }
