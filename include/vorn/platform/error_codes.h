@@ -47,6 +47,17 @@ inline constexpr std::uint64_t kMalformedPlaceholder = kAdapterBase + 8;
 /// call's deadline (10 s when it has none) or before cancelCalls(); nothing
 /// was run. Category Busy, SQLSTATE 53300 (too_many_connections).
 inline constexpr std::uint64_t kTooManyConnections = kAdapterBase + 9;
+/// The store ended the caller's transaction on its own for a cause that left
+/// nothing of it committed and is safe to retry (the connection was lost or
+/// replaced, a deadlock, a busy store): every call of the session name on the
+/// thread fails with this code until the caller ends the transaction.
+/// rollbackTransaction() then returns 0; commitTransaction() fails with this
+/// code and ends it too. Category Busy, SQLSTATE 40000 (transaction_rollback).
+inline constexpr std::uint64_t kTransactionRolledBack = kAdapterBase + 10;
+/// The same for any other cause (a full disk, an I/O error, the call's
+/// deadline): running the unit again would meet it again. Category Other,
+/// SQLSTATE 25P02 (in_failed_sql_transaction).
+inline constexpr std::uint64_t kTransactionAborted = kAdapterBase + 11;
 }  // namespace errc
 
 /// PostgreSQL errors: 0x5047 ("PG") in the two top bytes, the five ASCII

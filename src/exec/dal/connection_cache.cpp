@@ -194,6 +194,9 @@ bool reconnect(Slot& slot, std::shared_ptr<const DataSource> source, bool endsTr
         slot.source = std::move(source);
         return true;
     }
+    if (slot.connection) {
+        slot.guard.connectionGone(slot.name);
+    }
     if (lost) {
         givePlaceBack(slot.connection);
         slot.budget = nullptr;
@@ -218,6 +221,9 @@ ConnectionLease acquireConnection(const std::string& name, platform::ExecResult&
     t_connections.adoptAfterFork();
     std::lock_guard<std::mutex> lock(t_connections.mutex);
     Slot& slot = t_connections.slot(name);
+    if (slot.guard.lost()) {
+        return ConnectionLease(nullptr, nullptr, {}, &slot.guard);  // refused without a connection
+    }
     const Clock::duration idle = now - slot.lastUsed;
     slot.lastUsed = now;
     const bool endsTransaction = use == CallUse::Commit || use == CallUse::Rollback;
@@ -233,10 +239,14 @@ ConnectionLease acquireConnection(const std::string& name, platform::ExecResult&
     const std::uint64_t generation = dataSourceGeneration();
     if (stillCurrent(slot, generation)) {
         limitCall(slot.source->options.callTimeout);
-        return ConnectionLease(slot.connection, slot.budget, slot.source->options.callTimeout);
+        return ConnectionLease(slot.connection, slot.budget, slot.source->options.callTimeout,
+                               &slot.guard);
     }
     std::shared_ptr<const DataSource> source = resolveDataSource(name);
     if (!source->valid()) {
+        if (slot.connection) {
+            slot.guard.connectionGone(name);
+        }
         closeSlot(slot);
         status = platform::ExecResult::failure(
             platform::errc::kDataSourceInvalid,
@@ -248,7 +258,8 @@ ConnectionLease acquireConnection(const std::string& name, platform::ExecResult&
         return ConnectionLease();
     }
     slot.generation = generation;
-    return ConnectionLease(slot.connection, slot.budget, slot.source->options.callTimeout);
+    return ConnectionLease(slot.connection, slot.budget, slot.source->options.callTimeout,
+                           &slot.guard);
 }
 
 }  // namespace vorn::dal

@@ -2,12 +2,13 @@
 
 #include <chrono>
 #include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "exec/dal/backend.h"
 #include "exec/dal/connection_budget.h"
+#include "exec/dal/transaction_guard.h"
 
 namespace vorn::dal {
 
@@ -21,8 +22,12 @@ class ConnectionLease {
     ConnectionLease() = default;
     explicit ConnectionLease(std::shared_ptr<Connection> connection,
                              ConnectionBudget* budget = nullptr,
-                             std::chrono::milliseconds callTimeout = {}) noexcept
-        : m_connection(std::move(connection)), m_budget(budget), m_callTimeout(callTimeout) {
+                             std::chrono::milliseconds callTimeout = {},
+                             TransactionGuard* guard = nullptr) noexcept
+        : m_connection(std::move(connection)),
+          m_budget(budget),
+          m_callTimeout(callTimeout),
+          m_guard(guard) {
         if (m_connection) {
             m_connection->enterSession();
         }
@@ -31,13 +36,15 @@ class ConnectionLease {
     ConnectionLease(ConnectionLease&& other) noexcept
         : m_connection(std::move(other.m_connection)),
           m_budget(other.m_budget),
-          m_callTimeout(other.m_callTimeout) {}
+          m_callTimeout(other.m_callTimeout),
+          m_guard(std::exchange(other.m_guard, nullptr)) {}
     ConnectionLease& operator=(ConnectionLease&& other) noexcept {
         if (this != &other) {
             reset();
             m_connection = std::move(other.m_connection);
             m_budget = other.m_budget;
             m_callTimeout = other.m_callTimeout;
+            m_guard = std::exchange(other.m_guard, nullptr);
         }
         return *this;
     }
@@ -45,10 +52,15 @@ class ConnectionLease {
     ConnectionLease& operator=(const ConnectionLease&) = delete;
 
     Connection* operator->() const noexcept { return m_connection.get(); }
+    Connection& operator*() const noexcept { return *m_connection; }
     explicit operator bool() const noexcept { return static_cast<bool>(m_connection); }
     // The data source's vorn_call_timeout (0: none), for the calls that use
     // the lease after the one that took it (a reader's fetches).
     std::chrono::milliseconds callTimeout() const noexcept { return m_callTimeout; }
+    // The guard of the caller's transaction on the lease's thread and session
+    // name; null for an empty lease. A lease of a lost transaction holds the
+    // guard and no connection.
+    TransactionGuard* guard() const noexcept { return m_guard; }
     void reset() noexcept {
         if (m_connection) {
             m_connection->leaveSession();
@@ -57,10 +69,12 @@ class ConnectionLease {
             }
             m_connection.reset();
         }
+        m_guard = nullptr;
     }
     // Gives up the connection without leaving it, for abandoning it after fork().
     std::shared_ptr<Connection> release() noexcept {
         m_budget = nullptr;
+        m_guard = nullptr;
         return std::move(m_connection);
     }
 
@@ -68,6 +82,7 @@ class ConnectionLease {
     std::shared_ptr<Connection> m_connection;
     ConnectionBudget* m_budget = nullptr;
     std::chrono::milliseconds m_callTimeout{0};
+    TransactionGuard* m_guard = nullptr;  // the slot's, which outlives the lease
 };
 
 // The open connections, one per thread and session name. A thread's
@@ -108,8 +123,6 @@ class ConnectionLease {
 // use says what the call will do with the connection: before a call that may
 // write outside a transaction a store kept in a file is asked whether its file
 // was replaced (Connection::fileReplaced), and a replaced one is reopened.
-enum class CallUse : std::uint8_t { Read, Write, Begin, Commit, Rollback };
-
 ConnectionLease acquireConnection(const std::string& name, platform::ExecResult& status,
                                   CallUse use = CallUse::Read);
 

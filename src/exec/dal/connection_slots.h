@@ -13,6 +13,7 @@
 #include "exec/dal/backend.h"
 #include "exec/dal/connection_budget.h"
 #include "exec/dal/data_source.h"
+#include "exec/dal/transaction_guard.h"
 
 // What the connection cache keeps: a slot per thread and session name, each
 // thread's slots behind a lock of its own, and the list of every thread's
@@ -49,6 +50,7 @@ struct Slot {
     Clock::time_point lastUsed;
     std::uint64_t closeEpoch = 0;  // g_closeEpoch when opened
     bool closeWhenDone = false;    // closeThread met an open transaction
+    TransactionGuard guard;        // the caller's transaction, whatever the connection
 };
 
 // Closes the slot's connection (at once, or when the session holding it ends).

@@ -28,14 +28,34 @@ struct SessionState {
     SessionState& operator=(const SessionState&) = delete;
 
     // Takes this thread's connection for the name at the first call that
-    // needs it (again, when the process has forked since). A call that ends a
+    // needs it (again, when the process has forked since), then asks the
+    // transaction guard whether the call may run: status is its refusal while
+    // the caller's transaction is lost. A rollback that ends a lost
+    // transaction has nothing left to do (endedLost). A call that ends a
     // transaction takes a lost connection as it is (see acquireConnection).
-    ExecResult connect(CallUse use) {
+    ExecResult connect(CallUse use, bool& endedLost) {
         ExecResult status;
+        endedLost = false;
         leaveIfInherited();
         if (!connection) {
             connection = acquireConnection(name, status, use);
             forkGeneration = dal::forkGeneration();
+        }
+        if (status.ok() && connection.guard() != nullptr) {
+            status = connection.guard()->admit(use, endedLost);
+        }
+        return status;
+    }
+
+    ExecResult connect(CallUse use) {
+        bool endedLost = false;
+        return connect(use, endedLost);
+    }
+
+    // Lets the transaction guard see the outcome of a call that ran.
+    ExecResult observed(CallUse use, ExecResult status) {
+        if (connection && connection.guard() != nullptr) {
+            connection.guard()->observe(use, *connection, status, name);
         }
         return status;
     }
@@ -72,13 +92,14 @@ struct SessionState {
     ExecResult write(const std::string& sql) {
         endResult();
         ExecResult status = connect(CallUse::Write);
-        return status.ok() ? connection->execute(sql) : status;
+        return status.ok() ? observed(CallUse::Write, connection->execute(sql)) : status;
     }
 
     ExecResult writeBound(const std::string& sql, const BoundParameters& parameters) {
         endResult();
         ExecResult status = connect(CallUse::Write);
-        return status.ok() ? connection->executeBound(sql, parameters) : status;
+        return status.ok() ? observed(CallUse::Write, connection->executeBound(sql, parameters))
+                           : status;
     }
 
     std::string name;
@@ -105,7 +126,8 @@ const std::string& DataSession::sessionName() const noexcept {
 ExecResult DataSession::beginTransaction() {
     const dal::CallBound bound(m_state->name);
     ExecResult status = m_state->connect(dal::CallUse::Begin);
-    return status.ok() ? m_state->connection->begin() : status;
+    return status.ok() ? m_state->observed(dal::CallUse::Begin, m_state->connection->begin())
+                       : status;
 }
 
 // On a connection known lost, the store's failure for it at once: nothing
@@ -113,20 +135,26 @@ ExecResult DataSession::beginTransaction() {
 ExecResult DataSession::commit() {
     const dal::CallBound bound(m_state->name);
     ExecResult status = m_state->connect(dal::CallUse::Commit);
-    return status.ok() ? m_state->connection->commit() : status;
+    return status.ok() ? m_state->observed(dal::CallUse::Commit, m_state->connection->commit())
+                       : status;
 }
 
 // On a lost connection there is nothing left to roll back: the store rolled
 // the transaction back when the connection went. Success, at once and
-// without a new connection; so too when the rollback meets the loss.
+// without a new connection; so too when the rollback meets the loss, and for
+// a transaction the store had ended on its own (see TransactionGuard).
 ExecResult DataSession::rollback() {
     const dal::CallBound bound(m_state->name);
     dal::limitCall(dal::kOwnStepBound);
-    ExecResult status = m_state->connect(dal::CallUse::Rollback);
-    if (!status.ok() || !m_state->connection->usable()) {
+    bool endedLost = false;
+    ExecResult status = m_state->connect(dal::CallUse::Rollback, endedLost);
+    if (!status.ok() || endedLost) {
         return status;
     }
-    status = m_state->connection->rollback();
+    if (m_state->connection->usable()) {
+        status = m_state->connection->rollback();
+    }
+    status = m_state->observed(dal::CallUse::Rollback, status);
     return status.ok() || m_state->connection->usable() ? status : ExecResult();
 }
 
@@ -141,7 +169,8 @@ ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind
     if (!status.ok()) {
         return status;
     }
-    return m_state->opened(m_state->connection->query(sql, m_state->cursor));
+    return m_state->opened(
+        m_state->observed(dal::CallUse::Read, m_state->connection->query(sql, m_state->cursor)));
 }
 
 ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind,
@@ -161,7 +190,7 @@ ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind
     if (!status.ok()) {
         return status;
     }
-    status = m_state->connection->executeBatch(sql, batch);
+    status = m_state->observed(dal::CallUse::Write, m_state->connection->executeBatch(sql, batch));
     if (status.ok()) {
         status.setRows(batch.rows());
     }
@@ -184,7 +213,8 @@ ExecResult DataSession::execute(const std::string& /*statementId*/, SqlKind kind
     if (!status.ok()) {
         return status;
     }
-    return m_state->opened(m_state->connection->queryBound(sql, parameters, m_state->cursor));
+    return m_state->opened(m_state->observed(
+        dal::CallUse::Read, m_state->connection->queryBound(sql, parameters, m_state->cursor)));
 }
 
 bool DataSession::fetchRow(ExecResult& status, const TypedRef& rowTarget, int /*maxRows*/) {

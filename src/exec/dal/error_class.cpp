@@ -47,7 +47,8 @@ struct LayerRule {
 };
 
 // The layer's own codes; each comes before anything reaches a store. All but
-// the connection budget's are refusals of the call itself.
+// the connection budget's and the lost transaction's are refusals of the call
+// itself.
 constexpr LayerRule kLayerRules[] = {
     {platform::errc::kDataSourceInvalid, "kDataSourceInvalid", "08001"},
     {platform::errc::kMultipleStatements, "kMultipleStatements", "42601"},
@@ -58,6 +59,9 @@ constexpr LayerRule kLayerRules[] = {
     {platform::errc::kUnusedParameter, "kUnusedParameter", "07001"},
     {platform::errc::kMalformedPlaceholder, "kMalformedPlaceholder", "42601"},
     {platform::errc::kTooManyConnections, "kTooManyConnections", "53300", ErrorCategory::Busy},
+    {platform::errc::kTransactionRolledBack, "kTransactionRolledBack", "40000",
+     ErrorCategory::Busy},
+    {platform::errc::kTransactionAborted, "kTransactionAborted", "25P02", ErrorCategory::Other},
 };
 
 // A store's code the store's backend cannot tell (none should reach here).

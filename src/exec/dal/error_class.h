@@ -33,7 +33,7 @@ struct ErrorRow {
 };
 
 // The layer's own codes (vorn/platform/error_codes.h's errc): refusals, but
-// for errc::kTooManyConnections (Busy).
+// for errc::kTooManyConnections (Busy) and the lost transaction's two codes.
 bool isLayerRefusal(std::uint64_t code) noexcept;
 ErrorClass classifyLayerRefusal(std::uint64_t code);
 std::vector<ErrorRow> layerRefusalRows();

@@ -67,7 +67,8 @@ TEST_F(PgRestart, AReadOutsideATransactionRunsAgainOnANewConnection) {
 }
 
 // A write, a read in the caller's transaction and a read that may write (read
-// whole, as a cursor cannot run it) fail once; the next call reconnects.
+// whole, as a cursor cannot run it) fail once; the next call reconnects, but
+// for the lost transaction's, which fail until it is rolled back.
 TEST_F(PgRestart, WritesAndReadsInATransactionAreNotRunAgain) {
     const std::string writer = connected("writer");
     const std::string transaction = connected("tx");
@@ -93,6 +94,10 @@ TEST_F(PgRestart, WritesAndReadsInATransactionAreNotRunAgain) {
     expectLost(run(ahead, "select v from t", SqlKind::Read), "read beside a read in a transaction");
 
     ASSERT_TRUE(run(writer, "insert into t values ('after')").ok());
+    // The lost transaction refuses every call until it is rolled back.
+    EXPECT_EQ(run(transaction, "insert into t values ('half')").errorCode(),
+              platform::errc::kTransactionRolledBack);
+    ASSERT_TRUE(DataSession(transaction.c_str()).rollback().ok());
     EXPECT_EQ(query(transaction, "select v from t order by v"), (Rows{{"after"}, {"committed"}}));
     EXPECT_EQ(query(locking, "select v from t order by v for update"),
               (Rows{{"after"}, {"committed"}}));
