@@ -7,6 +7,7 @@
 
 #include "vorn/base.h"
 #include "vorn/export.h"
+#include "vorn/transaction.h"
 
 class CVORNReader;
 class BatchInserter;
@@ -50,6 +51,9 @@ class VORN_API MIRAsqlDB : public CVORN {
     /// (see vorn::platform::DataSession::beginTransaction() for one already open).
     /// The three transaction calls write no log line, whatever the outcome.
     unsigned long beginTransaction() override;
+    /// The same at an isolation level (see vorn::Isolation; vorn::Transaction
+    /// and vorn::runTransaction take one).
+    unsigned long beginTransaction(vorn::Isolation isolation);
     /// Commits this thread's transaction; 0, or the store's code (see
     /// vorn::platform::DataSession::commit() for a call without a transaction).
     unsigned long commitTransaction() override;

@@ -70,10 +70,13 @@ enum class StatementKind : std::uint8_t {
     Batch,    ///< ExecBatchInserter
     Begin,    ///< beginTransaction
     Commit,   ///< commitTransaction
-    Rollback  ///< rollbackTransaction
+    Rollback,  ///< rollbackTransaction
+    Retry      ///< vorn::runTransaction running a unit again, with the failure
+               ///< that made it (text "RETRY"; it is not a call, and leaves
+               ///< lastError() alone)
 };
 
-/// "read", "write", "batch", "begin", "commit", "rollback"
+/// "read", "write", "batch", "begin", "commit", "rollback", "retry"
 VORN_API const char* toString(StatementKind kind) noexcept;
 
 /// One statement the library ran. A read is reported once it ends (its last row

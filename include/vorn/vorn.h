@@ -28,6 +28,7 @@
 #include "vorn/reader.h"
 #include "vorn/selector.h"
 #include "vorn/sqlite_util.h"
+#include "vorn/transaction.h"
 #include "vorn/updater.h"
 #include "vorn/version.h"
 

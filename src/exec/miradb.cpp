@@ -149,10 +149,14 @@ const char* MIRAsqlDB::sessionName() const {
 }
 
 unsigned long MIRAsqlDB::beginTransaction() {
+    return beginTransaction(vorn::Isolation::Default);
+}
+
+unsigned long MIRAsqlDB::beginTransaction(vorn::Isolation isolation) {
     const Clock::time_point start = Clock::now();
     const char* const name = sessionName();
     DataSession session(name);
-    return settle(StatementKind::Begin, name, "BEGIN", start, session.beginTransaction());
+    return settle(StatementKind::Begin, name, "BEGIN", start, session.beginTransaction(isolation));
 }
 
 unsigned long MIRAsqlDB::commitTransaction() {

@@ -26,6 +26,7 @@
 #include <vector>
 
 #include "store_fixture.h"
+#include "tcp_proxy.h"
 #include "vorn/vorn.h"
 
 namespace vorn::test {
@@ -37,105 +38,6 @@ using std::chrono::milliseconds;
 constexpr milliseconds kCallTimeout{1000};
 constexpr milliseconds kOvertime{1000};
 constexpr milliseconds kFault{4000};
-
-// Forwards 127.0.0.1:port() to the server's port, until stalled: then it
-// neither reads, writes, accepts nor closes anything.
-class TcpProxy {
-  public:
-    explicit TcpProxy(int target) : m_target(target) {
-        m_listener = ::socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address = loopback(0);
-        socklen_t size = sizeof address;
-        if (::bind(m_listener, reinterpret_cast<sockaddr*>(&address), size) == 0 &&
-            ::listen(m_listener, 16) == 0 &&
-            ::getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &size) == 0) {
-            m_port = ntohs(address.sin_port);
-        }
-        m_thread = std::thread([this] { forward(); });
-    }
-    ~TcpProxy() {
-        m_stop = true;
-        m_thread.join();
-        for (const auto& [fd, peer] : m_peers) {
-            ::close(fd);
-        }
-        ::close(m_listener);
-    }
-    TcpProxy(const TcpProxy&) = delete;
-    TcpProxy& operator=(const TcpProxy&) = delete;
-
-    int port() const { return m_port; }
-    void stall(bool stalled) { m_stalled = stalled; }
-
-  private:
-    static sockaddr_in loopback(int port) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(static_cast<std::uint16_t>(port));
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        return address;
-    }
-
-    void forward() {
-        while (!m_stop) {
-            if (m_stalled) {
-                std::this_thread::sleep_for(milliseconds(20));
-                continue;
-            }
-            std::vector<pollfd> fds{{m_listener, POLLIN, 0}};
-            for (const auto& [fd, peer] : m_peers) {
-                fds.push_back({fd, POLLIN, 0});
-            }
-            if (::poll(fds.data(), fds.size(), 20) <= 0) {
-                continue;
-            }
-            for (const pollfd& entry : fds) {
-                if ((entry.revents & (POLLIN | POLLHUP | POLLERR)) != 0) {
-                    entry.fd == m_listener ? accept() : pass(entry.fd);
-                }
-            }
-        }
-    }
-
-    void accept() {
-        const int client = ::accept(m_listener, nullptr, nullptr);
-        const int server = ::socket(AF_INET, SOCK_STREAM, 0);
-        const sockaddr_in address = loopback(m_target);
-        if (::connect(server, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-            ::close(client);
-            ::close(server);
-            return;
-        }
-        m_peers[client] = server;
-        m_peers[server] = client;
-    }
-
-    void pass(int fd) {
-        const auto found = m_peers.find(fd);
-        if (found == m_peers.end()) {
-            return;  // closed with its peer in this round
-        }
-        char buffer[65536];
-        const ssize_t got = ::read(fd, buffer, sizeof buffer);
-        if (got > 0 &&
-            ::send(found->second, buffer, static_cast<std::size_t>(got), MSG_NOSIGNAL) == got) {
-            return;
-        }
-        const int peer = found->second;
-        m_peers.erase(fd);
-        m_peers.erase(peer);
-        ::close(fd);
-        ::close(peer);
-    }
-
-    int m_target;
-    int m_listener = -1;
-    int m_port = 0;
-    std::atomic<bool> m_stop{false};
-    std::atomic<bool> m_stalled{false};
-    std::map<int, int> m_peers;  // each end of a forwarded connection: its other end
-    std::thread m_thread;
-};
 
 // The processes of the server as they are now: the postmaster (its data
 // directory's postmaster.pid) and its children.
@@ -340,11 +242,9 @@ TEST_F(PgStallTest, AStoppedServerHoldsNoCallBeyondItsDeadline) {
 
 TEST_F(PgStallTest, AProxyThatStopsForwardingHoldsNoCallBeyondItsDeadline) {
     const std::string url = postgresUrl();
-    const std::size_t colon = url.rfind(':');
-    const std::size_t slash = url.find('/', colon);
-    TcpProxy proxy(std::stoi(url.substr(colon + 1, slash - colon - 1)));
+    TcpProxy proxy(urlPort(url));
     ASSERT_NE(proxy.port(), 0);
-    bindThrough(url.substr(0, colon + 1) + std::to_string(proxy.port()) + url.substr(slash));
+    bindThrough(withPort(url, proxy.port()));
     expectEveryUnitAccountedFor(workload([&] {
         proxy.stall(true);
         std::this_thread::sleep_for(kFault);

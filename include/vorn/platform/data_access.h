@@ -13,6 +13,10 @@
 #include "vorn/export.h"
 #include "vorn/platform/typed_ref.h"
 
+namespace vorn {
+enum class Isolation : std::uint8_t;  // <vorn/transaction.h>
+}  // namespace vorn
+
 /// @cond internal
 namespace vorn::dal {
 struct SessionState;
@@ -178,6 +182,9 @@ class VORN_API DataSession {
     /// already open is an error on SQLite; PostgreSQL only warns, so the call
     /// succeeds (and an information line is logged).
     ExecResult beginTransaction();
+    /// The same at an isolation level (see vorn::Isolation for what each
+    /// store runs).
+    ExecResult beginTransaction(vorn::Isolation isolation);
     /// Commits the transaction of this session name on the calling thread.
     /// Without one, SQLite returns its error; PostgreSQL only warns, so the
     /// call succeeds (and an information line is logged). On a connection

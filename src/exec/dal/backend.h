@@ -8,6 +8,7 @@
 
 #include "exec/dal/error_class.h"
 #include "vorn/platform/data_access.h"
+#include "vorn/transaction.h"
 
 // What a data-access backend provides. The core (sessions, data-source
 // bindings, the per-thread connection cache, batch parameters) is the same
@@ -57,8 +58,9 @@ class Connection {
 
     // Transaction control. A transaction belongs to this connection, i.e. to
     // the session name and thread; commit or rollback without a transaction
-    // gives the store's answer as it is.
-    virtual platform::ExecResult begin() = 0;
+    // gives the store's answer as it is. begin runs the store's nearest level
+    // to isolation (see vorn::Isolation).
+    virtual platform::ExecResult begin(Isolation isolation) = 0;
     virtual platform::ExecResult commit() = 0;
     virtual platform::ExecResult rollback() = 0;
 

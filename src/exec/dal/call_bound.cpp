@@ -75,6 +75,10 @@ CallBound::~CallBound() {
     }
 }
 
+CallClock::time_point threadDeadline() noexcept {
+    return t_threadDeadline;
+}
+
 void beginOvertime(CallClock::time_point until) noexcept {
     if (t_call.overtime == kNever) {
         t_call.overtime = until;

@@ -35,6 +35,9 @@ void limitCall(std::chrono::milliseconds timeout) noexcept;
 // The current call's deadline; CallClock::time_point::max() when it has none
 // (or no call is current).
 CallClock::time_point callDeadline() noexcept;
+// The deadline of the calling thread's innermost vorn::CallDeadline, in or
+// out of a call; CallClock::time_point::max() when none is in force.
+CallClock::time_point threadDeadline() noexcept;
 // Whether cancelCalls() ended the current call (for the process or for its
 // session name) after it started.
 bool callCancelled() noexcept;

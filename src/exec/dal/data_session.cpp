@@ -10,6 +10,7 @@
 #include "exec/dal/write_once.h"
 #include "vorn/platform/data_access.h"
 #include "vorn/platform/error_codes.h"
+#include "vorn/transaction.h"
 
 namespace vorn::dal {
 
@@ -124,9 +125,14 @@ const std::string& DataSession::sessionName() const noexcept {
 }
 
 ExecResult DataSession::beginTransaction() {
+    return beginTransaction(Isolation::Default);
+}
+
+ExecResult DataSession::beginTransaction(Isolation isolation) {
     const dal::CallBound bound(m_state->name);
     ExecResult status = m_state->connect(dal::CallUse::Begin);
-    return status.ok() ? m_state->observed(dal::CallUse::Begin, m_state->connection->begin())
+    return status.ok() ? m_state->observed(dal::CallUse::Begin,
+                                           m_state->connection->begin(isolation))
                        : status;
 }
 

@@ -98,6 +98,25 @@ void record(StatementKind kind, const char* session, std::string_view text, Cloc
     notifyObserver(event);
 }
 
+void recordRetry(const char* session, const ErrorInfo& cause, std::chrono::nanoseconds backoff) {
+    const char* name = session != nullptr ? session : "";
+    addStatistics(StatementKind::Retry, name, backoff, 0, cause.category);
+    const bool slow = isSlow(backoff);
+    if (!slow && !observing()) {
+        return;
+    }
+    const StatementEvent event{name, StatementKind::Retry, backoff, 0, cause.code, cause.category,
+                               "RETRY"};
+    if (slow) {
+        logSlow(event);
+    }
+    notifyObserver(event);
+}
+
+void restoreLastError(const ErrorInfo& error) {
+    t_lastError = error;
+}
+
 void PendingRead::finish(const platform::ExecResult& status) {
     Outcome outcome = outcomeOf(status);
     outcome.rows = m_rows;
@@ -131,6 +150,8 @@ const char* toString(StatementKind kind) noexcept {
             return "commit";
         case StatementKind::Rollback:
             return "rollback";
+        case StatementKind::Retry:
+            return "retry";
     }
     return "?";
 }

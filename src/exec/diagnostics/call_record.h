@@ -68,6 +68,15 @@ class ReadGate {
 // recorded yet (a read that has started; cleared by a success).
 void noteOutcome(const char* session, const platform::ExecResult& status);
 
+// Records that vorn::runTransaction runs a unit again because of cause (a
+// StatementKind::Retry of text "RETRY" on session, lasting the back-off):
+// the statistics, the observer and the slow log, not the last error.
+void recordRetry(const char* session, const ErrorInfo& cause, std::chrono::nanoseconds backoff);
+
+// Makes error the thread's last error again, after calls of the library's own
+// (the rollback of a failed unit) have replaced it.
+void restoreLastError(const ErrorInfo& error);
+
 // vorn::lastError() is the thread's last error as record and noteOutcome
 // noted it (call_record.cpp).
 

@@ -63,7 +63,17 @@ ExecResult PgConnection::control(const char* sql, PgResult* kept) {
     return m_link.runOne(PgScope::None, sql, kept);
 }
 
-ExecResult PgConnection::begin() {
+ExecResult PgConnection::begin(Isolation isolation) {
+    switch (isolation) {
+        case Isolation::ReadCommitted:
+            return control("BEGIN ISOLATION LEVEL READ COMMITTED");
+        case Isolation::RepeatableRead:
+            return control("BEGIN ISOLATION LEVEL REPEATABLE READ");
+        case Isolation::Serializable:
+            return control("BEGIN ISOLATION LEVEL SERIALIZABLE");
+        case Isolation::Default:
+            break;
+    }
     return control("BEGIN");
 }
 

@@ -38,7 +38,7 @@ class PgConnection final : public Connection {
     // BEGIN, COMMIT and ROLLBACK go to the server whatever the state, and get
     // its answer: misplaced ones (BEGIN inside a transaction, COMMIT or
     // ROLLBACK outside one) succeed with a warning there.
-    platform::ExecResult begin() override;
+    platform::ExecResult begin(Isolation isolation) override;
     platform::ExecResult commit() override;
     platform::ExecResult rollback() override;
     platform::ExecResult execute(const std::string& sql) override;

@@ -140,6 +140,13 @@ ExecResult PgLink::failureOf(const PGresult* failure, bool connectionFailed, std
     if (connectionFailed || pgConnectionLost(failure, m_conn)) {
         m_broken = true;
         std::string detail = platform::SecretMask::mask(status.detail().value_or(""), m_secrets);
+        if (callerTransaction && !serverAnswered(failure) && pgInDoubtWhenCut(sql, true)) {
+            // The COMMIT went out, and no answer came back: the server may
+            // have committed before the connection went.
+            return pgFailure(pgstate::kTransactionResolutionUnknown,
+                             detail + " (the connection was lost after the COMMIT was sent: "
+                                      "whether the transaction was committed is unknown)");
+        }
         detail.append(callerTransaction
                           ? " (the connection to the server was lost; the open transaction "
                             "was rolled back)"
@@ -147,6 +154,14 @@ ExecResult PgLink::failureOf(const PGresult* failure, bool connectionFailed, std
         status = ExecResult::failure(status.errorCode(), std::move(detail));
     }
     return status;
+}
+
+// Whether failure is the server's own answer (it carries an SQLSTATE), not
+// libpq's report of a connection that ended without one.
+bool PgLink::serverAnswered(const PGresult* failure) {
+    const char* sqlstate =
+        failure != nullptr ? PQresultErrorField(failure, PG_DIAG_SQLSTATE) : nullptr;
+    return sqlstate != nullptr && *sqlstate != '\0';
 }
 
 // A round trip of its own, only when the mode changed: in the unit's pipeline

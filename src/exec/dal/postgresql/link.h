@@ -166,8 +166,12 @@ class PgLink {
     // read up to the null one.
     void cancelIncoming();
 
+    // The failure of sql: the server's, or the connection's when it was lost
+    // (08007, in doubt, when a COMMIT of the caller's transaction had gone out
+    // and no answer came).
     platform::ExecResult failureOf(const PGresult* failure, bool connectionFailed,
                                    std::string_view sql, bool callerTransaction);
+    static bool serverAnswered(const PGresult* failure);
     platform::ExecResult feedCopy(PgCopyFeed feed, bool& sent, PgResult& result);
     platform::ExecResult runControl(const char* sql);
     // Readies the connection for the next unit: settled, in the mode of

@@ -53,6 +53,14 @@ PgStatementKind classifyPgStatement(std::string_view sql) {
     if (isTransactionControlWord(first, sql)) {
         return PgStatementKind::TransactionControl;
     }
+    if (first.is(sql, "set")) {
+        // SET TRANSACTION must come first in its transaction and never in a
+        // savepoint; SET LOCAL lasts until the transaction ends.
+        const SqlLexer::Token second = scanner.next();
+        return second.is(sql, "transaction") || second.is(sql, "local")
+                   ? PgStatementKind::TransactionControl
+                   : PgStatementKind::Other;
+    }
     if (first.is(sql, "prepare") || first.is(sql, "copy")) {
         const bool isCopy = first.is(sql, "copy");
         for (SqlLexer::Token token = scanner.next(); token.kind != Kind::End;

@@ -23,7 +23,8 @@ enum class PgStatementKind {
     // SELECT, VALUES, TABLE or WITH that a cursor can stream: no data-changing
     // part, no SELECT ... INTO, no row locks (FOR UPDATE / SHARE).
     CursorQuery,
-    // BEGIN, COMMIT, ROLLBACK, SAVEPOINT, ... given as a plain statement.
+    // BEGIN, COMMIT, ROLLBACK, SAVEPOINT, ..., SET TRANSACTION and SET LOCAL
+    // given as a plain statement: run as they are, never in a savepoint.
     TransactionControl,
     // COPY ... FROM STDIN / TO STDOUT, which needs a data stream this
     // interface does not offer.

@@ -136,7 +136,7 @@ SqliteConnection::~SqliteConnection() {
     sqlite3_close_v2(m_db);
 }
 
-ExecResult SqliteConnection::begin() {
+ExecResult SqliteConnection::begin(Isolation /*isolation*/) {
     return sqliteExec(m_db, m_readOnly ? "BEGIN" : "BEGIN IMMEDIATE");
 }
 

@@ -36,8 +36,9 @@ class SqliteConnection final : public Connection {
 
     // BEGIN IMMEDIATE (plain BEGIN when read-only): the write lock is taken at
     // once, so a transaction that reads before it writes cannot fail later on
-    // a snapshot another writer has made stale.
-    platform::ExecResult begin() override;
+    // a snapshot another writer has made stale. SQLite's one isolation level
+    // is serializable, which serves every level asked for.
+    platform::ExecResult begin(Isolation isolation) override;
     platform::ExecResult commit() override;
     platform::ExecResult rollback() override;
     platform::ExecResult execute(const std::string& sql) override;
