@@ -271,6 +271,12 @@ TEST_F(UnitOfWorkTest, AConnectionTerminatedBeforeTheCommitIsRunAgain) {
     if (!onPostgres() || !poolerUrl().empty()) {
         GTEST_SKIP() << "terminates a server connection of its own";
     }
+    std::vector<unsigned long> retried;  // the codes that made a run again
+    setStatementObserver([&](const StatementEvent& event) {
+        if (event.kind == StatementKind::Retry) {
+            retried.push_back(event.code);
+        }
+    });
     Database db;
     int runs = 0;
     const unsigned long code = runTransaction(*db.db, [&](CVORN& d) {
@@ -283,8 +289,11 @@ TEST_F(UnitOfWorkTest, AConnectionTerminatedBeforeTheCommitIsRunAgain) {
         return inserted;
     });
     EXPECT_EQ(code, 0u) << lastError().message;
+    setStatementObserver(nullptr);
     EXPECT_EQ(runs, 2);
     EXPECT_EQ(retries(), 1u);
+    ASSERT_EQ(retried.size(), 1u);
+    EXPECT_EQ(platform::sqlstateFromCode(retried[0]), "57P01");
     EXPECT_EQ(keptRows().size(), 4u);
 }
 
