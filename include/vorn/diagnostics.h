@@ -65,11 +65,11 @@ VORN_API ErrorInfo lastError();
 
 /// What ran: the calls of a database object, and a read as a whole.
 enum class StatementKind : std::uint8_t {
-    Read,     ///< execReadSQL, with the fetches of its rows
-    Write,    ///< execWriteSQL
-    Batch,    ///< ExecBatchInserter
-    Begin,    ///< beginTransaction
-    Commit,   ///< commitTransaction
+    Read,      ///< execReadSQL, with the fetches of its rows
+    Write,     ///< execWriteSQL
+    Batch,     ///< ExecBatchInserter
+    Begin,     ///< beginTransaction
+    Commit,    ///< commitTransaction
     Rollback,  ///< rollbackTransaction
     Retry      ///< vorn::runTransaction running a unit again, with the failure
                ///< that made it (text "RETRY"; it is not a call, and leaves

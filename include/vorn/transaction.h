@@ -49,9 +49,9 @@ enum class Isolation : std::uint8_t {
 /// that collided do not collide again), never past the thread's
 /// vorn::CallDeadline.
 struct RetryPolicy {
-    int maxAttempts = 5;                          ///< runs of the unit at most (1: no retry)
-    std::chrono::milliseconds firstBackoff{10};   ///< the wait after the first failure
-    std::chrono::milliseconds maxBackoff{1000};   ///< the longest wait
+    int maxAttempts = 5;                         ///< runs of the unit at most (1: no retry)
+    std::chrono::milliseconds firstBackoff{10};  ///< the wait after the first failure
+    std::chrono::milliseconds maxBackoff{1000};  ///< the longest wait
 };
 
 /// A transaction of a database object as a scope: begun by the constructor,

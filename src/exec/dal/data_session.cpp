@@ -131,9 +131,9 @@ ExecResult DataSession::beginTransaction() {
 ExecResult DataSession::beginTransaction(Isolation isolation) {
     const dal::CallBound bound(m_state->name);
     ExecResult status = m_state->connect(dal::CallUse::Begin);
-    return status.ok() ? m_state->observed(dal::CallUse::Begin,
-                                           m_state->connection->begin(isolation))
-                       : status;
+    return status.ok()
+               ? m_state->observed(dal::CallUse::Begin, m_state->connection->begin(isolation))
+               : status;
 }
 
 // On a connection known lost, the store's failure for it at once: nothing

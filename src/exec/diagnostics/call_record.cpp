@@ -105,8 +105,8 @@ void recordRetry(const char* session, const ErrorInfo& cause, std::chrono::nanos
     if (!slow && !observing()) {
         return;
     }
-    const StatementEvent event{name, StatementKind::Retry, backoff, 0, cause.code, cause.category,
-                               "RETRY"};
+    const StatementEvent event{name,       StatementKind::Retry, backoff, 0,
+                               cause.code, cause.category,       "RETRY"};
     if (slow) {
         logSlow(event);
     }

@@ -144,8 +144,9 @@ ExecResult PgLink::failureOf(const PGresult* failure, bool connectionFailed, std
             // The COMMIT went out, and no answer came back: the server may
             // have committed before the connection went.
             return pgFailure(pgstate::kTransactionResolutionUnknown,
-                             detail + " (the connection was lost after the COMMIT was sent: "
-                                      "whether the transaction was committed is unknown)");
+                             detail +
+                                 " (the connection was lost after the COMMIT was sent: "
+                                 "whether the transaction was committed is unknown)");
         }
         detail.append(callerTransaction
                           ? " (the connection to the server was lost; the open transaction "
