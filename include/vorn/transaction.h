@@ -77,7 +77,10 @@ class VORN_API Transaction {
     /// Rolls back a transaction that was begun and neither committed nor
     /// rolled back; the outcome is not reported (and nothing is thrown).
     ~Transaction();
+    /// Takes over other's transaction; other is left inactive.
     Transaction(Transaction&& other) noexcept;
+    /// Rolls back this object's transaction if it is active, then takes over
+    /// other's; other is left inactive.
     Transaction& operator=(Transaction&& other) noexcept;
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;
