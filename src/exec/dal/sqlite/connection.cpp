@@ -131,8 +131,14 @@ std::unique_ptr<SqliteConnection> SqliteConnection::open(const SqliteSettings& s
 }
 
 SqliteConnection::~SqliteConnection() {
-    // close_v2 waits for statements still open (a reader's cursor) to be
-    // finalized before the handle goes away.
+    // The file's last connection to close checkpoints the write-ahead log
+    // into the database file and removes it (and the -shm file), but only a
+    // handle that may write can, and close_v2 keeps a handle open until its
+    // statements are finalized. So the kept prepared statements go first
+    // (those of the read handles among them), then the read-only handles,
+    // and the writer last.
+    m_statements.reset();
+    m_readers.reset();
     sqlite3_close_v2(m_db);
 }
 

@@ -25,6 +25,9 @@ namespace vorn::dal {
 // writes. A read-only connection, and a database that is not in WAL mode
 // (":memory:" included, which a second handle would not even see), read on
 // the one handle.
+//
+// Closing folds the write-ahead log back into the file and removes it, when
+// this is the file's last connection: see the destructor.
 class SqliteConnection final : public Connection {
   public:
     // Opens the file described by settings; null with status set on failure.
