@@ -45,6 +45,7 @@ class ConnectionLease {
     ConnectionLease& operator=(const ConnectionLease&) = delete;
 
     Connection* operator->() const noexcept { return m_connection.get(); }
+    Connection& operator*() const noexcept { return *m_connection; }
     explicit operator bool() const noexcept { return static_cast<bool>(m_connection); }
     // The data source's vorn_call_timeout (0: none), for the calls that use
     // the lease after the one that took it (a reader's fetches).
@@ -109,6 +110,12 @@ class ConnectionLease {
 // write outside a transaction a store kept in a file is asked whether its file
 // was replaced (Connection::fileReplaced), and a replaced one is reopened.
 enum class CallUse : std::uint8_t { Read, Write, Begin, Commit, Rollback };
+
+// Whether a call of use on connection asks the store whether its file was
+// replaced first: a write or a begin outside a transaction.
+inline bool asksAboutTheFile(CallUse use, const Connection& connection) {
+    return (use == CallUse::Write || use == CallUse::Begin) && !connection.inTransaction();
+}
 
 ConnectionLease acquireConnection(const std::string& name, platform::ExecResult& status,
                                   CallUse use = CallUse::Read);

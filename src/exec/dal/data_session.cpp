@@ -30,9 +30,16 @@ struct SessionState {
     // Takes this thread's connection for the name at the first call that
     // needs it (again, when the process has forked since). A call that ends a
     // transaction takes a lost connection as it is (see acquireConnection).
+    // The session's connection is asked before a write as the cache asks
+    // (asksAboutTheFile): one whose file was replaced is given back, and the
+    // cache opens the file now at the path.
     ExecResult connect(CallUse use) {
         ExecResult status;
         leaveIfInherited();
+        if (connection && !cursor && asksAboutTheFile(use, *connection) &&
+            connection->fileReplaced()) {
+            connection.reset();
+        }
         if (!connection) {
             connection = acquireConnection(name, status, use);
             forkGeneration = dal::forkGeneration();
