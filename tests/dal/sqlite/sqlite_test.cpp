@@ -243,6 +243,14 @@ int writeAndRead(const std::string& session) {
                : 4;
 }
 
+// ThreadSanitizer cannot follow a child of fork() that goes on with the
+// library: it takes the locks the child left behind for still held.
+#if defined(__SANITIZE_THREAD__)
+constexpr bool kThreadSanitizer = true;
+#else
+constexpr bool kThreadSanitizer = false;
+#endif
+
 // When the last connection to a file closes, the write-ahead log is folded
 // back into the database file and removed: a copy of the .db file alone holds
 // every row. The connections close when their thread ends, on
@@ -251,15 +259,16 @@ int writeAndRead(const std::string& session) {
 TEST_F(SqliteTest, TheLastConnectionLeavesEveryRowInTheDatabaseFileAlone) {
     const struct {
         const char* name;
+        bool forks;
         std::function<int(const std::string& session)> run;  // 0 once the work is done
     } cases[] = {
-        {"ThreadEnds",
+        {"ThreadEnds", false,
          [](const std::string& session) {
              int failed = -1;
              std::thread([&] { failed = writeAndRead(session); }).join();
              return failed;
          }},
-        {"CloseAllConnections",
+        {"CloseAllConnections", true,
          [](const std::string& session) {
              return waitFor(spawn([&] {
                                 const int failed = writeAndRead(session);
@@ -268,12 +277,12 @@ TEST_F(SqliteTest, TheLastConnectionLeavesEveryRowInTheDatabaseFileAlone) {
                             }),
                             std::chrono::minutes(1));
          }},
-        {"Exit",
+        {"Exit", true,
          [](const std::string& session) {
              return waitFor(spawn([&]() -> int { std::exit(writeAndRead(session)); }),
                             std::chrono::minutes(1));
          }},
-        {"ExitWithTheThreadRunning",
+        {"ExitWithTheThreadRunning", true,
          [](const std::string& session) {
              return waitFor(spawn([&]() -> int {
                                 std::atomic<int> failed{-1};
@@ -292,6 +301,9 @@ TEST_F(SqliteTest, TheLastConnectionLeavesEveryRowInTheDatabaseFileAlone) {
          }},
     };
     for (const auto& c : cases) {
+        if (c.forks && kThreadSanitizer) {
+            continue;
+        }
         SCOPED_TRACE(c.name);
         const std::string path = m_dir.file(c.name + ".db"s);
         const std::string session = "x."s + c.name;
