@@ -28,6 +28,9 @@ class RatioReporter : public ::benchmark::ConsoleReporter {
         // wall time is dominated by waits both sides share (a commit's sync to
         // disk).
         bool cpuTime = false;
+        // The library's side is a part of the baseline's work (a check that
+        // every call makes): its share of the baseline's time is printed.
+        bool share = false;
     };
 
     explicit RatioReporter(std::vector<Pair> pairs) : m_pairs(std::move(pairs)) {}
@@ -67,9 +70,14 @@ class RatioReporter : public ::benchmark::ConsoleReporter {
             }
             const double real = library->second.real / baseline->second.real;
             const double cpu = library->second.cpu / baseline->second.cpu;
-            std::printf("%-58s %11.2fx%s %8.2fx%s  (throughput %.2f of the baseline)\n",
-                        pair.label.c_str(), real, pair.cpuTime ? " " : "*", cpu,
-                        pair.cpuTime ? "*" : " ", pair.cpuTime ? 1.0 / cpu : 1.0 / real);
+            const double counted = pair.cpuTime ? cpu : real;
+            std::printf("%-58s %11.2fx%s %8.2fx%s  ", pair.label.c_str(), real,
+                        pair.cpuTime ? " " : "*", cpu, pair.cpuTime ? "*" : " ");
+            if (pair.share) {
+                std::printf("(%.2f %% of the baseline's time)\n", 100.0 * counted);
+            } else {
+                std::printf("(throughput %.2f of the baseline)\n", 1.0 / counted);
+            }
             printSpread(pair);
         }
     }
@@ -96,8 +104,14 @@ class RatioReporter : public ::benchmark::ConsoleReporter {
             low = i == 0 ? ratio : std::min(low, ratio);
             high = i == 0 ? ratio : std::max(high, ratio);
         }
-        std::printf("%-58s %11.2fx - %.2fx (%s) over %zu repetitions\n", "", low, high,
-                    pair.cpuTime ? "CPU time" : "wall clock", count);
+        const char* const clock = pair.cpuTime ? "CPU time" : "wall clock";
+        if (pair.share) {
+            std::printf("%-58s %10.2f %% - %.2f %% (%s) over %zu repetitions\n", "", 100.0 * low,
+                        100.0 * high, clock, count);
+        } else {
+            std::printf("%-58s %11.2fx - %.2fx (%s) over %zu repetitions\n", "", low, high, clock,
+                        count);
+        }
     }
 
     std::vector<Pair> m_pairs;

@@ -33,6 +33,8 @@
 ///
 /// A connection is closed
 ///   - when its thread ends;
+///   - at the process's exit (exit(), or main returning): the exiting thread's
+///     with it, and the idle SQLite connections of the threads still running;
 ///   - by closeConnections() (the calling thread's) or closeAllConnections()
 ///     (every thread's), e.g. at shutdown, before fork() or after the stores
 ///     were reconfigured;
@@ -41,6 +43,10 @@
 ///     otherwise. The library starts no thread: idle connections are closed by
 ///     the next call of any thread once their time is up, or by
 ///     closeIdleConnections(), which a host can call from its own timer.
+///
+/// When the last connection to an SQLite file closes, its write-ahead log is
+/// checkpointed into the database file and removed: the file alone then holds
+/// every committed row.
 ///
 /// Closing never cuts into work. A connection that an open reader holds closes
 /// when the reader is destroyed, and one inside a transaction is kept until the

@@ -145,6 +145,13 @@ struct Backend {
     ErrorClass (*classify)(std::uint64_t code, std::string_view message);
     // The table classify applies, row by row, for the manual.
     std::vector<ErrorRow> (*errorRows)();
+    // Whether the process's exit closes the idle connections of every thread
+    // (its own thread's close with the thread in any case): a store kept in a
+    // file may have work to do at the close of its last connection (SQLite
+    // folds its write-ahead log back into the file). A server's connections
+    // end with the process anyway, and closing them from an exit handler could
+    // meet a library whose own exit handler has already run (OpenSSL's).
+    bool closedAtExit = false;
 };
 
 // Every backend of this build, in the order the build lists them. The list is

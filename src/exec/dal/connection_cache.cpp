@@ -44,12 +44,15 @@ bool stillCurrent(const Slot& slot, std::uint64_t generation) {
 // Asks whether the store still has the slot's connection, which has been
 // idle. Not while a session holds it (a read may have rows coming), nor inside
 // a transaction unless the call ends it: a statement there meets the loss
-// itself, and its failure tells the caller the transaction is gone.
-void lookAtIdle(const Slot& slot, bool endsTransaction) {
+// itself, and its failure tells the caller the transaction is gone. Whether
+// it asked.
+bool lookAtIdle(const Slot& slot, bool endsTransaction) {
     Connection& connection = *slot.connection;
     if (!connection.heldBySession() && (endsTransaction || !connection.inTransaction())) {
         connection.stillOpen();
+        return true;
     }
+    return false;
 }
 
 // Whether the slot's connection may go to another slot: idle, of url, and
@@ -228,11 +231,12 @@ ConnectionLease acquireConnection(const std::string& name, platform::ExecResult&
     slot.lastUsed = now;
     const bool endsTransaction = use == CallUse::Commit || use == CallUse::Rollback;
     if (slot.connection) {
-        // A connection found gone or replaced is unusable from now on.
-        if (idle >= kIdleCheckAfter) {
-            lookAtIdle(slot, endsTransaction);
-        } else if ((use == CallUse::Write || use == CallUse::Begin) &&
-                   !slot.connection->inTransaction()) {
+        // A connection found gone or replaced is unusable from now on. A
+        // store kept in a file answers stillOpen() by looking at the file; a
+        // connection a reader holds is not asked that, but a write still
+        // asks about the file.
+        const bool looked = idle >= kIdleCheckAfter && lookAtIdle(slot, endsTransaction);
+        if (!looked && asksAboutTheFile(use, *slot.connection)) {
             slot.connection->fileReplaced();
         }
     }

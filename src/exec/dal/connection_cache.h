@@ -123,6 +123,12 @@ class ConnectionLease {
 // use says what the call will do with the connection: before a call that may
 // write outside a transaction a store kept in a file is asked whether its file
 // was replaced (Connection::fileReplaced), and a replaced one is reopened.
+// Whether a call of use on connection asks the store whether its file was
+// replaced first: a write or a begin outside a transaction.
+inline bool asksAboutTheFile(CallUse use, const Connection& connection) {
+    return (use == CallUse::Write || use == CallUse::Begin) && !connection.inTransaction();
+}
+
 ConnectionLease acquireConnection(const std::string& name, platform::ExecResult& status,
                                   CallUse use = CallUse::Read);
 

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <mutex>
 
 #include "exec/dal/connection_cache.h"
@@ -62,12 +63,31 @@ std::size_t closeEverywhere(Pick&& close) {
     return closed;
 }
 
+// At the process's exit (exit(), or main returning) the exiting thread's
+// connections have closed with its thread-local cache just before; this closes
+// the idle ones of the threads still running, of the stores that ask for it
+// (Backend::closedAtExit). What a close touches outlives the handler: the
+// registry and the budgets are never destroyed, and the backends are made
+// before the handler is registered (static objects and exit handlers go in
+// the reverse order of their making).
+void closeAtExit() {
+    closeEverywhere([](const Slot& slot) {
+        return slot.source != nullptr && slot.source->backend != nullptr &&
+               slot.source->backend->closedAtExit;
+    });
+}
+
 }  // namespace
 
 std::atomic<std::uint64_t> g_closeEpoch{0};
 
 Registry& registry() {
-    static auto* const instance = new Registry;  // outlives every thread
+    static auto* const instance = [] {
+        static_cast<void>(compiledBackends());
+        // Nothing to do without it: the connections end with the process.
+        static_cast<void>(std::atexit(&closeAtExit));
+        return new Registry;  // outlives every thread
+    }();
     return *instance;
 }
 

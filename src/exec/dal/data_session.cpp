@@ -34,10 +34,17 @@ struct SessionState {
     // the caller's transaction is lost. A rollback that ends a lost
     // transaction has nothing left to do (endedLost). A call that ends a
     // transaction takes a lost connection as it is (see acquireConnection).
+    // The session's connection is asked before a write as the cache asks
+    // (asksAboutTheFile): one whose file was replaced is given back, and the
+    // cache opens the file now at the path.
     ExecResult connect(CallUse use, bool& endedLost) {
         ExecResult status;
         endedLost = false;
         leaveIfInherited();
+        if (connection && !cursor && asksAboutTheFile(use, *connection) &&
+            connection->fileReplaced()) {
+            connection.reset();
+        }
         if (!connection) {
             connection = acquireConnection(name, status, use);
             forkGeneration = dal::forkGeneration();

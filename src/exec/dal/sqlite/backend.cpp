@@ -26,8 +26,8 @@ std::unique_ptr<Connection> connect(const std::string& url, platform::ExecResult
 }  // namespace
 
 const Backend& sqliteBackend() {
-    static const Backend backend{{"sqlite"}, "SQLite",        &checkUrl,
-                                 &connect,   &sqliteClassify, &sqliteErrorRows};
+    static const Backend backend{{"sqlite"},      "SQLite",         &checkUrl, &connect,
+                                 &sqliteClassify, &sqliteErrorRows, true};
     return backend;
 }
 

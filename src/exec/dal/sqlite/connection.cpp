@@ -121,26 +121,64 @@ std::unique_ptr<SqliteConnection> SqliteConnection::open(const SqliteSettings& s
     if (!status.ok()) {
         return nullptr;
     }
+    // The full name, so that a later change of directory cannot matter.
+    const char* const file = sqlite3_db_filename(db, "main");
     if (journal == "wal") {
-        // The full name, so that a later change of directory cannot matter.
-        connection->m_readers = std::make_unique<SqliteReadHandles>(sqlite3_db_filename(db, "main"),
-                                                                    settings.busyTimeoutMs);
+        // A first read opens the -wal and -shm files, so that the watch notes
+        // them as this file's.
+        status = sqliteExec(db, "SELECT 1 FROM sqlite_master LIMIT 0");
+        if (!status.ok()) {
+            return nullptr;
+        }
+        connection->m_readers = std::make_unique<SqliteReadHandles>(file, settings.busyTimeoutMs);
     }
+    connection->m_file = SqliteFileWatch(file != nullptr ? file : "");
     status = ExecResult();
     return connection;
 }
 
 SqliteConnection::~SqliteConnection() {
-    // close_v2 waits for statements still open (a reader's cursor) to be
-    // finalized before the handle goes away.
+    // The file's last connection to close checkpoints the write-ahead log
+    // into the database file and removes it (and the -shm file), but only a
+    // handle that may write can, and close_v2 keeps a handle open until its
+    // statements are finalized. So the kept prepared statements go first
+    // (those of the read handles among them), then the read-only handles,
+    // and the writer last. A file found replaced is left to SQLite, which
+    // checkpoints nothing into a file that is no longer at its path.
+    m_statements.reset();
+    m_readers.reset();
     sqlite3_close_v2(m_db);
+}
+
+bool SqliteConnection::fileReplaced() {
+    if (m_replaced.load(std::memory_order_relaxed)) {
+        return true;
+    }
+    if (!m_file.replaced()) {
+        return false;
+    }
+    m_file.dropSideFiles();
+    m_replaced.store(true, std::memory_order_relaxed);
+    return true;
 }
 
 ExecResult SqliteConnection::begin(Isolation /*isolation*/) {
     return sqliteExec(m_db, m_readOnly ? "BEGIN" : "BEGIN IMMEDIATE");
 }
 
+// Statements inside a transaction do not look at the file, at no cost to
+// them; the commit does, so that no transaction is committed into a file that
+// is no longer at its path.
 ExecResult SqliteConnection::commit() {
+    if (inTransaction() && fileReplaced()) {
+        static_cast<void>(sqliteExec(m_db, "ROLLBACK"));
+        const char* const file = sqlite3_db_filename(m_db, "main");
+        return ExecResult::failure(
+            SQLITE_READONLY_DBMOVED,
+            "the database file " + std::string(file != nullptr ? file : "") +
+                " was deleted or replaced while the transaction was open; the transaction was "
+                "rolled back, nothing was committed");
+    }
     return sqliteExec(m_db, "COMMIT");
 }
 

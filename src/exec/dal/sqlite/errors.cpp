@@ -72,6 +72,10 @@ constexpr SqliteRule kRules[] = {
     // lock_not_available: what PostgreSQL reports when a lock cannot be had.
     {Applies::Primary, C::Busy, SQLITE_BUSY, "SQLITE_BUSY", "55P03"},
     {Applies::Primary, C::Busy, SQLITE_LOCKED, "SQLITE_LOCKED", "55P03"},
+    // The database file was deleted or replaced under the connection (a
+    // commit refused for it, too): no permission is missing. PostgreSQL's
+    // SQLSTATE for a file that is not there.
+    {Applies::Code, C::Other, SQLITE_READONLY_DBMOVED, "SQLITE_READONLY_DBMOVED", "58P01"},
     {Applies::Primary, C::Permission, SQLITE_READONLY, "SQLITE_READONLY", "25006"},
     {Applies::Primary, C::Permission, SQLITE_PERM, "SQLITE_PERM", "42501"},
     {Applies::Primary, C::Permission, SQLITE_AUTH, "SQLITE_AUTH", "42501"},
