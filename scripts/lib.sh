@@ -6,12 +6,18 @@ VORN_BUILD_PACKAGES=(
   g++ cmake make pkg-config
   libsqlite3-dev   # the embedded store
   libpq-dev        # the PostgreSQL backend
+  libmariadb-dev   # the MariaDB backend, and the tests' direct MariaDB client
   libace-dev       # ACE_Semaphore of the escaping singleton
   libspdlog-dev    # the logging adapter
   libgtest-dev     # the test suite
   libbenchmark-dev # the benchmark programs
   libsoci-dev      # the read benchmark's peer
 )
+
+# Debian packages of the throwaway test servers (scripts/pg-server,
+# scripts/pg-cluster, scripts/mariadb-server), installed by scripts/test.
+VORN_POSTGRESQL_SERVER_PACKAGES=(postgresql pgbouncer)
+VORN_MARIADB_SERVER_PACKAGES=(mariadb-server) # brings the mariadb client too
 
 # Debian packages scripts/lint needs on top of the build packages.
 VORN_LINT_PACKAGES=(

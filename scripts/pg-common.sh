@@ -1,5 +1,6 @@
 # Shared by scripts/pg-server and scripts/pg-cluster: the server binaries, the
-# account that runs a cluster, free ports.
+# account that runs a cluster, free ports. scripts/mariadb-server uses die,
+# as_owner and pick_port.
 # shellcheck shell=bash
 
 die() {
