@@ -224,6 +224,7 @@ TEST_F(UnitOfWorkTest, ContendedIncrementsAreEachAcknowledgedExactlyOnce) {
         }
         acknowledged = total;
         EXPECT_GT(retries(), 0u) << "no serialization failure was met";
+        std::cout << retries() << " runs again after serialization failures\n";
     } else {
         closeAllConnections();  // a child must not share the parent's connections
         std::vector<pid_t> children;
@@ -236,6 +237,8 @@ TEST_F(UnitOfWorkTest, ContendedIncrementsAreEachAcknowledgedExactlyOnce) {
     }
     EXPECT_EQ(acknowledged, kWorkers * kEach);
     EXPECT_EQ(counter(), acknowledged);
+    std::cout << kWorkers << (onPostgres() ? " threads: " : " processes: ") << acknowledged
+              << " increments acknowledged, counter " << counter() << "\n";
 }
 
 // Two units lock two rows in opposite orders: the store breaks the deadlock,
@@ -261,6 +264,7 @@ TEST_F(UnitOfWorkTest, DeadlockedUnitsAllComplete) {
     other.join();
     EXPECT_EQ(codes[0], 0u);
     EXPECT_EQ(codes[1], 0u);
+    std::cout << retries() << " runs again after a deadlock\n";
     EXPECT_EQ(runQuery("select name from kept where id < 3 order by id", 1),
               (Rows{{"a++"}, {"b++"}}));
 }
