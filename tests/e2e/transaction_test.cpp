@@ -273,7 +273,8 @@ TEST_F(UnitOfWorkTest, DeadlockedUnitsAllComplete) {
 // fails with the server's answer, and the unit runs again.
 TEST_F(UnitOfWorkTest, AConnectionTerminatedBeforeTheCommitIsRunAgain) {
     if (!onPostgres() || !poolerUrl().empty()) {
-        GTEST_SKIP() << "terminates a server connection of its own";
+        GTEST_SKIP() << (onPostgres() ? "terminates a server connection, which a pooler hides"
+                                      : "a server ends the connection: PostgreSQL only");
     }
     std::vector<unsigned long> retried;  // the codes that made a run again
     setStatementObserver([&](const StatementEvent& event) {
@@ -305,7 +306,8 @@ TEST_F(UnitOfWorkTest, AConnectionTerminatedBeforeTheCommitIsRunAgain) {
 // committed, so the runner reports it in doubt and never runs it again.
 TEST_F(UnitOfWorkTest, ACommitCutOffAfterItWentOutIsInDoubtAndNotRunAgain) {
     if (!onPostgres() || !poolerUrl().empty()) {
-        GTEST_SKIP() << "puts a proxy of its own before the server";
+        GTEST_SKIP() << (onPostgres() ? "puts a proxy of its own before the server, not the pooler"
+                                      : "a connection cut after its COMMIT: PostgreSQL only");
     }
     const std::string url = m_stores.at("default").url;
     TcpProxy proxy(urlPort(url));
