@@ -1,5 +1,6 @@
 #include "exec/dal/mariadb/connection.h"
 
+#include <errmsg.h>
 #include <poll.h>
 
 #include <algorithm>
@@ -97,8 +98,9 @@ std::unique_ptr<MariadbConnection> MariadbConnection::open(const MariadbSettings
         return nullptr;
     }
     std::unique_ptr<MariadbConnection> connection(new MariadbConnection(link));
-    const std::string pin = std::string("SET NAMES utf8mb4, time_zone = '+00:00', sql_mode = '") +
-                            kSessionMode + "'";
+    const std::string pin = std::string("SET NAMES utf8mb4, time_zone = '+00:00', ") +
+                            "max_recursive_iterations = 4294967295, sql_mode = '" + kSessionMode +
+                            "'";
     status = connection->control(pin.c_str());
     return status.ok() ? std::move(connection) : nullptr;
 }

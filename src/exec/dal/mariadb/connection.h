@@ -17,7 +17,9 @@ namespace vorn::dal {
 // which a backslash before a quote would end a builder's literal early;
 // ANSI_QUOTES and PIPES_AS_CONCAT, so "name" and || mean what they mean on the
 // other stores; strict mode, so that a value the server would change is
-// refused instead. A statement that starts with SET (a caller's raw SET may
+// refused instead. max_recursive_iterations is lifted from its default of
+// 1000, at which the server ends a recursive WITH early with only a warning:
+// a read gets all its rows, as on the other stores. A statement that starts with SET (a caller's raw SET may
 // change the mode) is followed by the mode once more.
 //
 // One statement per call (no CLIENT_MULTI_STATEMENTS, and the lexer refuses a
