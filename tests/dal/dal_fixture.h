@@ -248,6 +248,13 @@ class SqliteTest : public DalTest {
         return rows;
     }
 };
+class MariadbTest : public DalTest {
+  protected:
+    MariadbTest() : DalTest(Backend::Mariadb) {}
+    static std::uint64_t myCode(std::uint64_t errnum) {
+        return platform::kMariadbCodeMarker | errnum;
+    }
+};
 class PgTest : public DalTest {
   protected:
     PgTest() : DalTest(Backend::Postgres) {}
