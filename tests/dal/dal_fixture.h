@@ -178,7 +178,9 @@ class DalTest : public ::testing::Test {
 #endif
     }
 
-    bool onPg() const { return m_backend == Backend::Postgres; }
+    bool onPg() const {
+        return m_backend == Backend::Postgres;
+    }
     StoreDialect dialect() const {
         if (m_backend == Backend::Mariadb) {
             const auto my = [](std::uint64_t errnum) {
@@ -200,13 +202,17 @@ class DalTest : public ::testing::Test {
         ASSERT_TRUE(run(m_session, "create table t(id integer primary key, name text)").ok());
         ASSERT_TRUE(run(m_session, "insert into t values(1, 'one'), (2, 'two')").ok());
     }
-    static Rows seededRows() { return {{"1", "one"}, {"2", "two"}}; }
+    static Rows seededRows() {
+        return {{"1", "one"}, {"2", "two"}};
+    }
     // A TEMP table lives as long as its connection: whether this thread still
     // has the connection that made its marker.
     void markConnection() const {
         ASSERT_TRUE(run(m_session, "create temporary table marker(v integer)").ok());
     }
-    bool sameConnection() const { return run(m_session, "select * from marker").ok(); }
+    bool sameConnection() const {
+        return run(m_session, "select * from marker").ok();
+    }
     Rows all(const std::string& table = "t") const {
         return query(m_session, "select * from " + table + " order by 1");
     }

@@ -78,8 +78,7 @@ VORN_API std::string sqlstateFromCode(std::uint64_t code);
 inline constexpr std::uint64_t kMariadbCodeMarker = 0x4D59ULL << 48;
 /// The error number carried by a MariaDB code, or 0 for any other code.
 constexpr unsigned int mariadbErrnoFromCode(std::uint64_t code) noexcept {
-    return (code & (0xFFFFULL << 48)) == kMariadbCodeMarker ? static_cast<unsigned int>(code)
-                                                            : 0U;
+    return (code & (0xFFFFULL << 48)) == kMariadbCodeMarker ? static_cast<unsigned int>(code) : 0U;
 }
 
 }  // namespace vorn::platform

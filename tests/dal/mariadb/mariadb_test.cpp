@@ -70,12 +70,13 @@ TEST_F(MariadbTest, BackslashesQuotesAndNulStayData) {
         // A caller's SET puts the server's backslash escapes back; the next
         // statement still runs in the pinned mode.
         ASSERT_TRUE(run(m_session, "set sql_mode = 'STRICT_TRANS_TABLES'").ok());
-        const ExecResult raw =
-            run(m_session, "insert into v values(" + std::to_string(++id) + ", " + literal(value) + ")");
+        const ExecResult raw = run(m_session, "insert into v values(" + std::to_string(++id) +
+                                                  ", " + literal(value) + ")");
         EXPECT_TRUE(raw.ok()) << detailOf(raw);
-        const ExecResult bound = DataSession(m_session.c_str())
-                                     .execute("id", SqlKind::Write, "insert into v values({id}, {s})",
-                                              platform::BoundParameters{{"id", ++id}, {"s", value}});
+        const ExecResult bound =
+            DataSession(m_session.c_str())
+                .execute("id", SqlKind::Write, "insert into v values({id}, {s})",
+                         platform::BoundParameters{{"id", ++id}, {"s", value}});
         EXPECT_TRUE(bound.ok()) << detailOf(bound);
     }
     Rows expected;

@@ -26,7 +26,7 @@ std::unique_ptr<Connection> connect(const std::string& url, platform::ExecResult
 }  // namespace
 
 const Backend& mariadbBackend() {
-    static const Backend backend{{"mariadb", "mysql"}, "MariaDB",          &checkUrl, &connect,
+    static const Backend backend{{"mariadb", "mysql"}, "MariaDB",        &checkUrl, &connect,
                                  &mariadbClassify,     &mariadbErrorRows};
     return backend;
 }

@@ -26,7 +26,8 @@ unsigned int connectTimeout(const MariadbSettings& settings) {
     if (deadline != CallClock::time_point::max()) {
         const auto left =
             std::chrono::duration_cast<std::chrono::seconds>(deadline - CallClock::now()).count();
-        seconds = std::min<unsigned int>(seconds, static_cast<unsigned int>(std::max<long>(left, 1)));
+        seconds =
+            std::min<unsigned int>(seconds, static_cast<unsigned int>(std::max<long>(left, 1)));
     }
     return seconds;
 }

@@ -19,8 +19,8 @@ namespace vorn::dal {
 // other stores; strict mode, so that a value the server would change is
 // refused instead. max_recursive_iterations is lifted from its default of
 // 1000, at which the server ends a recursive WITH early with only a warning:
-// a read gets all its rows, as on the other stores. A statement that starts with SET (a caller's raw SET may
-// change the mode) is followed by the mode once more.
+// a read gets all its rows, as on the other stores. A statement that starts with SET (a caller's
+// raw SET may change the mode) is followed by the mode once more.
 //
 // One statement per call (no CLIENT_MULTI_STATEMENTS, and the lexer refuses a
 // second one before anything is sent); LOAD DATA LOCAL is off.

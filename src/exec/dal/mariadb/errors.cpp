@@ -88,8 +88,8 @@ ErrorClass mariadbClassify(std::uint64_t code, std::string_view /*message*/) {
 std::vector<ErrorRow> mariadbErrorRows() {
     std::vector<ErrorRow> rows;
     for (const MariadbRule& rule : kRules) {
-        rows.push_back({std::to_string(rule.errnum) + " `" + rule.name + "`", rule.category,
-                        rule.sqlstate});
+        rows.push_back(
+            {std::to_string(rule.errnum) + " `" + rule.name + "`", rule.category, rule.sqlstate});
     }
     rows.push_back({kAnyOther.name, kAnyOther.category, kAnyOther.sqlstate});
     return rows;

@@ -166,10 +166,9 @@ bool parseUrl(std::string_view text, MariadbSettings& out, std::string& problem)
         return false;
     }
     const std::size_t queryStart = urlQueryStart(text);
-    const std::string_view rest =
-        text.substr(scheme.size() + 3, queryStart == std::string_view::npos
-                                           ? std::string_view::npos
-                                           : queryStart - scheme.size() - 3);
+    const std::string_view rest = text.substr(
+        scheme.size() + 3, queryStart == std::string_view::npos ? std::string_view::npos
+                                                                : queryStart - scheme.size() - 3);
     const std::size_t at = rest.rfind('@');
     const std::size_t slash = rest.find('/', at == std::string_view::npos ? 0 : at);
     if (!parseAuthority(rest.substr(0, slash), out, problem)) {

@@ -46,8 +46,8 @@ ExecResult oneStatement(std::string_view sql, std::string_view& statement) {
         }
         end = token.end;
     }
-    statement = begin == std::string_view::npos ? std::string_view()
-                                                 : sql.substr(begin, end - begin);
+    statement =
+        begin == std::string_view::npos ? std::string_view() : sql.substr(begin, end - begin);
     if (begin != std::string_view::npos && hasSecondStatement(sql.substr(begin), kMariadbDialect)) {
         statement = {};
         return secondStatementRefused();
