@@ -175,7 +175,7 @@ ExecResult MariadbConnection::settle(std::string_view statement, ExecResult stat
     }
     if (startsWithSet(statement)) {
         const std::string pin = std::string("SET SESSION sql_mode = '") + kSessionMode + "'";
-        const ExecResult pinned = control(pin.c_str());
+        ExecResult pinned = control(pin.c_str());
         if (status.ok() && !pinned.ok()) {
             return pinned;
         }

@@ -8,65 +8,65 @@ namespace vorn::dal {
 namespace {
 
 struct MariadbRule {
-    unsigned int errnum;
-    const char* name;  // the server's or the connector's name of the number
-    ErrorCategory category;
+    const char* name;      // the server's or the connector's name of the number
     const char* sqlstate;  // PostgreSQL's for the same fault, as the other stores give
+    unsigned int errnum;
+    ErrorCategory category;
 };
 
 using C = ErrorCategory;
 
 // One row per error number, so the order only groups them.
 constexpr MariadbRule kRules[] = {
-    {1062, "ER_DUP_ENTRY", C::Constraint, "23505"},
-    {1586, "ER_DUP_ENTRY_WITH_KEY_NAME", C::Constraint, "23505"},
-    {1451, "ER_ROW_IS_REFERENCED_2", C::Constraint, "23503"},
-    {1452, "ER_NO_REFERENCED_ROW_2", C::Constraint, "23503"},
-    {1216, "ER_NO_REFERENCED_ROW", C::Constraint, "23503"},
-    {1217, "ER_ROW_IS_REFERENCED", C::Constraint, "23503"},
-    {1048, "ER_BAD_NULL_ERROR", C::Constraint, "23502"},
-    {4025, "ER_CONSTRAINT_FAILED", C::Constraint, "23514"},
-    {1064, "ER_PARSE_ERROR", C::Syntax, "42601"},
-    {1136, "ER_WRONG_VALUE_COUNT_ON_ROW", C::Syntax, "42601"},
-    {1146, "ER_NO_SUCH_TABLE", C::Syntax, "42P01"},
-    {1054, "ER_BAD_FIELD_ERROR", C::Syntax, "42703"},
-    {1050, "ER_TABLE_EXISTS_ERROR", C::Syntax, "42P07"},
-    {1305, "ER_SP_DOES_NOT_EXIST", C::Syntax, "42883"},
-    {1213, "ER_LOCK_DEADLOCK", C::Busy, "40P01"},
-    {1205, "ER_LOCK_WAIT_TIMEOUT", C::Busy, "55P03"},
-    {1040, "ER_CON_COUNT_ERROR", C::Busy, "53300"},
-    {1203, "ER_TOO_MANY_USER_CONNECTIONS", C::Busy, "53300"},
-    {1044, "ER_DBACCESS_DENIED_ERROR", C::Permission, "42501"},
-    {1045, "ER_ACCESS_DENIED_ERROR", C::Permission, "28P01"},
-    {1142, "ER_TABLEACCESS_DENIED_ERROR", C::Permission, "42501"},
-    {1227, "ER_SPECIFIC_ACCESS_DENIED_ERROR", C::Permission, "42501"},
-    {1290, "ER_OPTION_PREVENTS_STATEMENT", C::Permission, "25006"},  // read_only
+    {"ER_DUP_ENTRY", "23505", 1062, C::Constraint},
+    {"ER_DUP_ENTRY_WITH_KEY_NAME", "23505", 1586, C::Constraint},
+    {"ER_ROW_IS_REFERENCED_2", "23503", 1451, C::Constraint},
+    {"ER_NO_REFERENCED_ROW_2", "23503", 1452, C::Constraint},
+    {"ER_NO_REFERENCED_ROW", "23503", 1216, C::Constraint},
+    {"ER_ROW_IS_REFERENCED", "23503", 1217, C::Constraint},
+    {"ER_BAD_NULL_ERROR", "23502", 1048, C::Constraint},
+    {"ER_CONSTRAINT_FAILED", "23514", 4025, C::Constraint},
+    {"ER_PARSE_ERROR", "42601", 1064, C::Syntax},
+    {"ER_WRONG_VALUE_COUNT_ON_ROW", "42601", 1136, C::Syntax},
+    {"ER_NO_SUCH_TABLE", "42P01", 1146, C::Syntax},
+    {"ER_BAD_FIELD_ERROR", "42703", 1054, C::Syntax},
+    {"ER_TABLE_EXISTS_ERROR", "42P07", 1050, C::Syntax},
+    {"ER_SP_DOES_NOT_EXIST", "42883", 1305, C::Syntax},
+    {"ER_LOCK_DEADLOCK", "40P01", 1213, C::Busy},
+    {"ER_LOCK_WAIT_TIMEOUT", "55P03", 1205, C::Busy},
+    {"ER_CON_COUNT_ERROR", "53300", 1040, C::Busy},
+    {"ER_TOO_MANY_USER_CONNECTIONS", "53300", 1203, C::Busy},
+    {"ER_DBACCESS_DENIED_ERROR", "42501", 1044, C::Permission},
+    {"ER_ACCESS_DENIED_ERROR", "28P01", 1045, C::Permission},
+    {"ER_TABLEACCESS_DENIED_ERROR", "42501", 1142, C::Permission},
+    {"ER_SPECIFIC_ACCESS_DENIED_ERROR", "42501", 1227, C::Permission},
+    {"ER_OPTION_PREVENTS_STATEMENT", "25006", 1290, C::Permission},  // read_only
     // The session's security cannot be had: the configuration must change.
-    {2026, "CR_SSL_CONNECTION_ERROR", C::Permission, "28000"},
-    {2002, "CR_CONNECTION_ERROR", C::ConnectionLost, "08001"},
-    {2003, "CR_CONN_HOST_ERROR", C::ConnectionLost, "08001"},
-    {2005, "CR_UNKNOWN_HOST", C::ConnectionLost, "08001"},
-    {2006, "CR_SERVER_GONE_ERROR", C::ConnectionLost, "08006"},
-    {2013, "CR_SERVER_LOST", C::ConnectionLost, "08006"},
-    {2055, "CR_SERVER_LOST_EXTENDED", C::ConnectionLost, "08006"},
-    {1927, "ER_CONNECTION_KILLED", C::ConnectionLost, "57P01"},
-    {4031, "ER_CLIENT_INTERACTION_TIMEOUT", C::ConnectionLost, "57P01"},
-    {1053, "ER_SERVER_SHUTDOWN", C::ConnectionLost, "57P01"},
-    {1317, "ER_QUERY_INTERRUPTED", C::Timeout, "57014"},
-    {1969, "ER_STATEMENT_TIMEOUT", C::Timeout, "57014"},
-    {3024, "ER_QUERY_TIMEOUT (MySQL)", C::Timeout, "57014"},
-    {1406, "ER_DATA_TOO_LONG", C::InvalidValue, "22001"},
-    {1265, "WARN_DATA_TRUNCATED", C::InvalidValue, "22001"},
-    {1264, "ER_WARN_DATA_OUT_OF_RANGE", C::InvalidValue, "22003"},
-    {1690, "ER_DATA_OUT_OF_RANGE", C::InvalidValue, "22003"},
-    {1366, "ER_TRUNCATED_WRONG_VALUE_FOR_FIELD", C::InvalidValue, "22P02"},
-    {1292, "ER_TRUNCATED_WRONG_VALUE", C::InvalidValue, "22007"},
-    {1365, "ER_DIVISION_BY_ZERO", C::InvalidValue, "22012"},
-    {1049, "ER_BAD_DB_ERROR", C::Other, "3D000"},
-    {2008, "CR_OUT_OF_MEMORY", C::Other, "53200"},
+    {"CR_SSL_CONNECTION_ERROR", "28000", 2026, C::Permission},
+    {"CR_CONNECTION_ERROR", "08001", 2002, C::ConnectionLost},
+    {"CR_CONN_HOST_ERROR", "08001", 2003, C::ConnectionLost},
+    {"CR_UNKNOWN_HOST", "08001", 2005, C::ConnectionLost},
+    {"CR_SERVER_GONE_ERROR", "08006", 2006, C::ConnectionLost},
+    {"CR_SERVER_LOST", "08006", 2013, C::ConnectionLost},
+    {"CR_SERVER_LOST_EXTENDED", "08006", 2055, C::ConnectionLost},
+    {"ER_CONNECTION_KILLED", "57P01", 1927, C::ConnectionLost},
+    {"ER_CLIENT_INTERACTION_TIMEOUT", "57P01", 4031, C::ConnectionLost},
+    {"ER_SERVER_SHUTDOWN", "57P01", 1053, C::ConnectionLost},
+    {"ER_QUERY_INTERRUPTED", "57014", 1317, C::Timeout},
+    {"ER_STATEMENT_TIMEOUT", "57014", 1969, C::Timeout},
+    {"ER_QUERY_TIMEOUT (MySQL)", "57014", 3024, C::Timeout},
+    {"ER_DATA_TOO_LONG", "22001", 1406, C::InvalidValue},
+    {"WARN_DATA_TRUNCATED", "22001", 1265, C::InvalidValue},
+    {"ER_WARN_DATA_OUT_OF_RANGE", "22003", 1264, C::InvalidValue},
+    {"ER_DATA_OUT_OF_RANGE", "22003", 1690, C::InvalidValue},
+    {"ER_TRUNCATED_WRONG_VALUE_FOR_FIELD", "22P02", 1366, C::InvalidValue},
+    {"ER_TRUNCATED_WRONG_VALUE", "22007", 1292, C::InvalidValue},
+    {"ER_DIVISION_BY_ZERO", "22012", 1365, C::InvalidValue},
+    {"ER_BAD_DB_ERROR", "3D000", 1049, C::Other},
+    {"CR_OUT_OF_MEMORY", "53200", 2008, C::Other},
 };
 
-const MariadbRule kAnyOther{0, "any other error number", C::Other, "HY000"};
+const MariadbRule kAnyOther{"any other error number", "HY000", 0, C::Other};
 
 const MariadbRule& ruleOf(unsigned int errnum) {
     for (const MariadbRule& rule : kRules) {
