@@ -121,8 +121,9 @@ struct StoreDialect {
 };
 
 // Each test binds a session name of its own to a fresh store: a file in a
-// scratch directory on SQLite, a schema of its own on the PostgreSQL server
-// (skipped when no server was started). The contract suite takes the store
+// scratch directory on SQLite, a schema of its own on the PostgreSQL server,
+// a database of its own on the MariaDB server (skipped when no server was
+// started). The contract suite takes the store
 // from $VORN_TEST_BACKEND; a backend's own tests name it.
 class DalTest : public ::testing::Test {
   protected:
@@ -133,6 +134,11 @@ class DalTest : public ::testing::Test {
         m_session = std::string(info->test_suite_name()) + "." + info->name();
         if (m_backend == Backend::Sqlite) {
             m_url = "sqlite:" + m_dir.file("store.db");
+        } else if (m_backend == Backend::Mariadb) {
+            setUpMariadb();
+            if (m_url.empty()) {
+                return;
+            }
         } else {
             if (postgresUrl().empty()) {
                 GTEST_SKIP() << kNoServer;
@@ -148,13 +154,40 @@ class DalTest : public ::testing::Test {
     virtual void prepare() {}
     void TearDown() override {
         unbindDataSource(m_session);
-        if (!m_schema.empty()) {
+        if (!m_schema.empty() && m_backend == Backend::Mariadb) {
+#ifdef VORN_TEST_HAVE_MARIADB
+            mariadbAdminExecute("drop database " + m_schema);
+#endif
+        } else if (!m_schema.empty()) {
             adminExecute("drop schema " + m_schema + " cascade");
         }
     }
+    // A database of its own on the MariaDB server; m_url stays empty when the
+    // test is skipped or failed.
+    void setUpMariadb() {
+#ifdef VORN_TEST_HAVE_MARIADB
+        if (mariadbUrl().empty()) {
+            GTEST_SKIP() << kNoMariadbServer;
+        }
+        m_schema = uniqueSchemaName();
+        std::string error;
+        ASSERT_TRUE(mariadbAdminExecute("create database " + m_schema, &error)) << error;
+        m_url = withDatabase(mariadbUrl(), m_schema);
+#else
+        GTEST_SKIP() << "this build has no libmariadb for the tests' set-up";
+#endif
+    }
 
-    bool onPg() const { return m_backend == Backend::Postgres; }
+    bool onPg() const {
+        return m_backend == Backend::Postgres;
+    }
     StoreDialect dialect() const {
+        if (m_backend == Backend::Mariadb) {
+            const auto my = [](std::uint64_t errnum) {
+                return platform::kMariadbCodeMarker | errnum;
+            };
+            return {0, 0, my(1062), my(1146)};
+        }
         if (onPg()) {
             const auto pg = [](const char* sqlstate) {
                 return platform::pgCodeFromSqlstate(sqlstate);
@@ -169,13 +202,17 @@ class DalTest : public ::testing::Test {
         ASSERT_TRUE(run(m_session, "create table t(id integer primary key, name text)").ok());
         ASSERT_TRUE(run(m_session, "insert into t values(1, 'one'), (2, 'two')").ok());
     }
-    static Rows seededRows() { return {{"1", "one"}, {"2", "two"}}; }
+    static Rows seededRows() {
+        return {{"1", "one"}, {"2", "two"}};
+    }
     // A TEMP table lives as long as its connection: whether this thread still
     // has the connection that made its marker.
     void markConnection() const {
-        ASSERT_TRUE(run(m_session, "create temp table marker(v integer)").ok());
+        ASSERT_TRUE(run(m_session, "create temporary table marker(v integer)").ok());
     }
-    bool sameConnection() const { return run(m_session, "select * from marker").ok(); }
+    bool sameConnection() const {
+        return run(m_session, "select * from marker").ok();
+    }
     Rows all(const std::string& table = "t") const {
         return query(m_session, "select * from " + table + " order by 1");
     }
@@ -215,6 +252,13 @@ class SqliteTest : public DalTest {
         sqlite3_finalize(stmt);
         sqlite3_close(db);
         return rows;
+    }
+};
+class MariadbTest : public DalTest {
+  protected:
+    MariadbTest() : DalTest(Backend::Mariadb) {}
+    static std::uint64_t myCode(std::uint64_t errnum) {
+        return platform::kMariadbCodeMarker | errnum;
     }
 };
 class PgTest : public DalTest {

@@ -20,8 +20,9 @@
 namespace vorn::test {
 
 // The store a suite runs against: the embedded SQLite default, or with
-// VORN_TEST_BACKEND=postgresql the server named by VORN_TEST_PG_URL.
-enum class Backend { Sqlite, Postgres };
+// VORN_TEST_BACKEND=postgresql the server named by VORN_TEST_PG_URL, with
+// VORN_TEST_BACKEND=mariadb the one named by VORN_TEST_MARIADB_URL.
+enum class Backend { Sqlite, Postgres, Mariadb };
 
 // The value of an environment variable, or "" when it is not set.
 inline std::string environment(const char* name) {
@@ -30,11 +31,18 @@ inline std::string environment(const char* name) {
 }
 
 inline Backend backendUnderTest() {
-    return environment("VORN_TEST_BACKEND") == "postgresql" ? Backend::Postgres : Backend::Sqlite;
+    const std::string name = environment("VORN_TEST_BACKEND");
+    return name == "postgresql" ? Backend::Postgres
+           : name == "mariadb"  ? Backend::Mariadb
+                                : Backend::Sqlite;
 }
 
 inline bool onPostgres() {
     return backendUnderTest() == Backend::Postgres;
+}
+
+inline bool onMariadb() {
+    return backendUnderTest() == Backend::Mariadb;
 }
 
 // The test server's URL (as "scripts/pg-server start <dir>" prints it), or ""

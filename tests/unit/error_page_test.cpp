@@ -33,20 +33,25 @@ TEST(ErrorClass, AStoreCodeIsSortedByTheBackendThatMadeIt) {
     EXPECT_EQ(own.storeCode, 2067U);
 }
 
+// The page shows every backend. MariaDB's comes last and is off by default
+// while unfinished: a build without it prints the page up to its table.
 TEST(ErrorClass, TheManualPageIsPrintedFromTheTables) {
     if (vorn::dal::findBackend("postgresql") == nullptr) {
         GTEST_SKIP() << "the page shows every backend; this build has no PostgreSQL backend";
     }
+    const bool complete = vorn::dal::findBackend("mariadb") != nullptr;
     const std::string path = VORN_SOURCE_DIR "/docs/error-categories.md";
     const std::string page = vorn::dal::errorCategoryPage();
-    if (const char* update = ::getenv("VORN_UPDATE_DOCS"); update != nullptr && *update == '1') {
+    if (const char* update = ::getenv("VORN_UPDATE_DOCS");
+        complete && update != nullptr && *update == '1') {
         std::ofstream(path) << page;
     }
     std::ifstream file(path);
     std::stringstream text;
     text << file.rdbuf();
-    EXPECT_EQ(text.str(), page) << path << " differs from the tables: run this test with "
-                                << "VORN_UPDATE_DOCS=1 to print it again";
+    EXPECT_EQ(complete ? text.str() : text.str().substr(0, page.size()), page)
+        << path << " differs from the tables: run this test with VORN_UPDATE_DOCS=1, in a "
+        << "build with -DVORN_WITH_MARIADB=ON, to print it again";
 }
 
 }  // namespace

@@ -13,7 +13,9 @@ namespace vorn::platform {
 /// Error codes of the data-access layer. A store's own code is passed through:
 /// SQLite's extended result code (1 SQLITE_ERROR, 8 SQLITE_READONLY, 2067
 /// SQLITE_CONSTRAINT_UNIQUE, ...), or for PostgreSQL a code that carries the
-/// SQLSTATE (see pgCodeFromSqlstate). The adapter's own refusals use the range
+/// SQLSTATE (see pgCodeFromSqlstate), for MariaDB and MySQL a code that
+/// carries the server's or the connector's error number (kMariadbCodeMarker).
+/// The adapter's own refusals use the range
 /// from 0x10000 on, above every SQLite code.
 namespace errc {
 /// The first code of the adapter's own range (not itself a code).
@@ -69,5 +71,14 @@ inline constexpr std::uint64_t kPgCodeMarker = 0x5047ULL << 48;
 VORN_API std::uint64_t pgCodeFromSqlstate(const std::string& sqlstate);
 /// The SQLSTATE carried by a PostgreSQL code, or "" for any other code.
 VORN_API std::string sqlstateFromCode(std::uint64_t code);
+
+/// MariaDB and MySQL errors: 0x4D59 ("MY") in the two top bytes, the error
+/// number (the server's, 1062 ER_DUP_ENTRY, or the connector's, 2013
+/// CR_SERVER_LOST) in the low 32 bits, so 1062 is 0x4D59000000000426.
+inline constexpr std::uint64_t kMariadbCodeMarker = 0x4D59ULL << 48;
+/// The error number carried by a MariaDB code, or 0 for any other code.
+constexpr unsigned int mariadbErrnoFromCode(std::uint64_t code) noexcept {
+    return (code & (0xFFFFULL << 48)) == kMariadbCodeMarker ? static_cast<unsigned int>(code) : 0U;
+}
 
 }  // namespace vorn::platform

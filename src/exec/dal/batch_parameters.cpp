@@ -66,11 +66,16 @@ const BatchColumn* BatchParameters::find(std::string_view key) const {
 
 ExecResult BatchParameters::bindPlaceholders(const std::string& sql, const SqlDialect& dialect,
                                              char marker, std::string& text,
-                                             std::vector<const BatchColumn*>& bound) const {
+                                             std::vector<const BatchColumn*>& bound,
+                                             MarkerStyle style,
+                                             std::vector<std::size_t>* order) const {
     bound.clear();
+    if (order != nullptr) {
+        order->clear();
+    }
     return rewritePlaceholders(
         sql, dialect, marker, PlaceholderRule::Batch,
-        [this, &bound](std::string_view key, ExecResult& status) -> std::size_t {
+        [this, &bound, order](std::string_view key, ExecResult& status) -> std::size_t {
             const BatchColumn* column = find(key);
             if (column == nullptr) {
                 status =
@@ -83,9 +88,13 @@ ExecResult BatchParameters::bindPlaceholders(const std::string& sql, const SqlDi
                 bound.push_back(column);
                 slot = bound.end() - 1;
             }
-            return static_cast<std::size_t>(slot - bound.begin()) + 1;
+            const auto index = static_cast<std::size_t>(slot - bound.begin());
+            if (order != nullptr) {
+                order->push_back(index);
+            }
+            return index + 1;
         },
-        text);
+        text, style);
 }
 
 ExecResult batchColumnEnded() {

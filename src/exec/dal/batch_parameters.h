@@ -14,6 +14,11 @@
 
 namespace vorn::dal {
 
+// How a store's parameter markers look: a number after the marker ("?1",
+// "$2"), a value per number however often it stands; or the marker alone
+// ("?", MariaDB), a value per marker in the order the markers stand.
+enum class MarkerStyle { Numbered, Plain };
+
 // One column of a batch: a container reached only through its registry record.
 struct BatchColumn {
     std::string_view key;
@@ -76,9 +81,13 @@ class BatchParameters {
     // are numbered in the order they first appear; bound receives them in that
     // order (parameter n is bound[n - 1]); a key used twice keeps its number.
     // A placeholder naming no column is refused with errc::kUnknownPlaceholder.
+    // With MarkerStyle::Plain the markers go without numbers, and order
+    // receives the parameter of each marker as they stand (for forEachRow).
     platform::ExecResult bindPlaceholders(const std::string& sql, const SqlDialect& dialect,
                                           char marker, std::string& text,
-                                          std::vector<const BatchColumn*>& bound) const;
+                                          std::vector<const BatchColumn*>& bound,
+                                          MarkerStyle style = MarkerStyle::Numbered,
+                                          std::vector<std::size_t>* order = nullptr) const;
 
     // The values of the bound columns, row by row: visit(parameter, value)
     // for each parameter (an index into bound) in order, then endRow(row).

@@ -52,7 +52,7 @@ bool gluesToNumber(char c) {
 
 ExecResult rewritePlaceholders(const std::string& sql, const SqlDialect& dialect, char marker,
                                PlaceholderRule rule, const PlaceholderNumber& number,
-                               std::string& text) {
+                               std::string& text, MarkerStyle style) {
     const std::string_view view(sql);
     text.clear();
     text.reserve(sql.size() + 8);
@@ -80,7 +80,9 @@ ExecResult rewritePlaceholders(const std::string& sql, const SqlDialect& dialect
             text.push_back(' ');
         }
         text.push_back(marker);
-        text.append(std::to_string(n));
+        if (style == MarkerStyle::Numbered) {
+            text.append(std::to_string(n));
+        }
         if (token.end < view.size() && gluesToNumber(view[token.end])) {
             text.push_back(' ');
         }
@@ -91,8 +93,9 @@ ExecResult rewritePlaceholders(const std::string& sql, const SqlDialect& dialect
 }
 
 ExecResult makeBoundText(const std::string& sql, const SqlDialect& dialect, char marker,
-                         BoundText& out) {
+                         BoundText& out, MarkerStyle style) {
     out.names.clear();
+    out.order.clear();
     return rewritePlaceholders(
         sql, dialect, marker, PlaceholderRule::Bound,
         [&out](std::string_view key, ExecResult& /*status*/) {
@@ -101,9 +104,10 @@ ExecResult makeBoundText(const std::string& sql, const SqlDialect& dialect, char
                 out.names.emplace_back(key);
                 it = out.names.end() - 1;
             }
-            return static_cast<std::size_t>(it - out.names.begin()) + 1;
+            out.order.push_back(static_cast<std::size_t>(it - out.names.begin()));
+            return out.order.back() + 1;
         },
-        out.text);
+        out.text, style);
 }
 
 ExecResult missingValue(const std::string& name) {

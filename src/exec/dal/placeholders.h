@@ -30,26 +30,29 @@ enum class PlaceholderRule {
 
 // Copies sql into text with every "{key}" placeholder that stands outside
 // quoted text and comments (as dialect quotes them) replaced by marker and
-// number(key): "?1", "$2", ... A blank separates the marker from a word
-// character (letter, digit, '_', '$', any non-ASCII byte) right before or
-// after the placeholder, so that "{a}1"
-// cannot turn into the "?11" of another parameter, nor "x{a}" into
+// number(key): "?1", "$2", ... (MarkerStyle::Plain: marker alone). A blank separates the marker
+// from a word character (letter, digit, '_', '$', any non-ASCII byte) right before or after the
+// placeholder, so that "{a}1" cannot turn into the "?11" of another parameter, nor "x{a}" into
 // PostgreSQL's identifier "x$1".
 platform::ExecResult rewritePlaceholders(const std::string& sql, const SqlDialect& dialect,
                                          char marker, PlaceholderRule rule,
-                                         const PlaceholderNumber& number, std::string& text);
+                                         const PlaceholderNumber& number, std::string& text,
+                                         MarkerStyle style = MarkerStyle::Numbered);
 
 // A bound statement's text as one store runs it: placeholders replaced by
 // numbered markers, and the name of each number (names[n - 1] for parameter
-// n, each name once, in order of first appearance).
+// n, each name once, in order of first appearance); order holds, for each
+// placeholder as it stands, its index into names (what a store with plain
+// markers binds, one value per marker).
 struct BoundText {
     std::string text;
     std::vector<std::string> names;
+    std::vector<std::size_t> order;
 };
 
 // Rewrites sql's placeholders for the store (PlaceholderRule::Bound).
 platform::ExecResult makeBoundText(const std::string& sql, const SqlDialect& dialect, char marker,
-                                   BoundText& out);
+                                   BoundText& out, MarkerStyle style = MarkerStyle::Numbered);
 
 // Calls visit(i, parameter) for each name of names (i from 0) with the
 // parameter of that name, then checks that no value is left over; stops at

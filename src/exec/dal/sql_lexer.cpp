@@ -41,8 +41,8 @@ void SqlLexer::skipBlanksAndComments() {
         const std::string_view rest = m_text.substr(m_pos, 2);
         if (isBlank(m_text[m_pos])) {
             ++m_pos;
-        } else if (rest == "--") {
-            const std::size_t newline = m_text.find('\n', m_pos + 2);
+        } else if (rest == "--" || (m_dialect.hashComments && m_text[m_pos] == '#')) {
+            const std::size_t newline = m_text.find('\n', m_pos + 1);
             m_pos = newline == std::string_view::npos ? m_text.size() : newline + 1;
         } else if (rest == "/*") {
             skipBlockComment();
@@ -120,7 +120,7 @@ bool SqlLexer::quoted(Token& token) {
     } else if (m_dialect.escapeStrings && (c == 'e' || c == 'E') && hasNext &&
                m_text[after] == '\'') {
         token.end = endOfQuoted(after + 1, '\'', true);
-    } else if (m_dialect.bracketIdentifiers && c == '`') {
+    } else if ((m_dialect.bracketIdentifiers || m_dialect.backtickIdentifiers) && c == '`') {
         token.end = endOfQuoted(after, '`', false);
     } else if (m_dialect.bracketIdentifiers && c == '[') {
         const std::size_t close = m_text.find(']', after);

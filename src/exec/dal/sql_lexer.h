@@ -12,10 +12,12 @@ namespace vorn::dal {
 // kPostgresDialect, kSqliteDialect): a list of bare booleans says nothing
 // about which rule is which.
 struct SqlDialect {
-    bool escapeStrings = false;       // E'...' with backslash escapes (PostgreSQL)
-    bool dollarQuotes = false;        // $$...$$ and $tag$...$tag$ (PostgreSQL)
-    bool nestedComments = false;      // /* /* */ */ nests (PostgreSQL)
-    bool bracketIdentifiers = false;  // [name] and `name` identifiers (SQLite)
+    bool escapeStrings = false;        // E'...' with backslash escapes (PostgreSQL)
+    bool dollarQuotes = false;         // $$...$$ and $tag$...$tag$ (PostgreSQL)
+    bool nestedComments = false;       // /* /* */ */ nests (PostgreSQL)
+    bool bracketIdentifiers = false;   // [name] and `name` identifiers (SQLite)
+    bool backtickIdentifiers = false;  // `name` identifiers only (MariaDB)
+    bool hashComments = false;         // # comments to the end of the line (MariaDB)
 };
 
 // Splits statement text into tokens, skipping blanks and comments. Quoted text
