@@ -197,9 +197,10 @@ TEST_F(UnitOfWorkTest, TheRunnerCommitsRollsBackAndPassesExceptionsOn) {
     EXPECT_EQ(retries(), 0u);
 }
 
-// Eight workers increment one counter in serializable transactions: threads
-// on PostgreSQL, processes on one SQLite file. Every acknowledged increment
-// is counted once, and no other.
+// Workers increment one counter in serializable transactions: 8 threads on
+// PostgreSQL, 4 processes on one SQLite file (threads under ThreadSanitizer,
+// which cannot follow a child of fork()). Every acknowledged increment is
+// counted once, and no other.
 TEST_F(UnitOfWorkTest, ContendedIncrementsAreEachAcknowledgedExactlyOnce) {
     const int kWorkers = onPostgres() ? 8 : 4;
     constexpr int kEach = 25;
@@ -213,7 +214,7 @@ TEST_F(UnitOfWorkTest, ContendedIncrementsAreEachAcknowledgedExactlyOnce) {
         return acknowledged;
     };
     int acknowledged = 0;
-    if (onPostgres()) {
+    if (onPostgres() || kThreadSanitizer) {
         std::atomic<int> total{0};
         std::vector<std::thread> threads;
         for (int t = 0; t < kWorkers; ++t) {
@@ -223,8 +224,10 @@ TEST_F(UnitOfWorkTest, ContendedIncrementsAreEachAcknowledgedExactlyOnce) {
             t.join();
         }
         acknowledged = total;
-        EXPECT_GT(retries(), 0u) << "no serialization failure was met";
-        std::cout << retries() << " runs again after serialization failures\n";
+        if (onPostgres()) {
+            EXPECT_GT(retries(), 0u) << "no serialization failure was met";
+            std::cout << retries() << " runs again after serialization failures\n";
+        }
     } else {
         closeAllConnections();  // a child must not share the parent's connections
         std::vector<pid_t> children;

@@ -10,6 +10,14 @@
 
 namespace vorn::test {
 
+// ThreadSanitizer cannot follow a child of fork() that goes on with the
+// library: it takes the locks the child left behind for still held.
+#if defined(__SANITIZE_THREAD__)
+inline constexpr bool kThreadSanitizer = true;
+#else
+inline constexpr bool kThreadSanitizer = false;
+#endif
+
 // Runs body in a child process; returns its pid. The child exits with what
 // body returns, without running the parent's exit-time code.
 inline pid_t spawn(const std::function<int()>& body) {

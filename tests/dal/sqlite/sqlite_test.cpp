@@ -243,14 +243,6 @@ int writeAndRead(const std::string& session) {
                : 4;
 }
 
-// ThreadSanitizer cannot follow a child of fork() that goes on with the
-// library: it takes the locks the child left behind for still held.
-#if defined(__SANITIZE_THREAD__)
-constexpr bool kThreadSanitizer = true;
-#else
-constexpr bool kThreadSanitizer = false;
-#endif
-
 // When the last connection to a file closes, the write-ahead log is folded
 // back into the database file and removed: a copy of the .db file alone holds
 // every row. The connections close when their thread ends, on
