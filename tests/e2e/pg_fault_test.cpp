@@ -29,18 +29,17 @@ std::string countAndHighest(const std::string& table) {
     return rows.size() == 1 ? rows[0][0] + "/" + rows[0][1] : "no row";
 }
 
-class PgFaultTest : public ::testing::Test {
+class PgFaultTest : public PgSchemaTest {
   protected:
     void SetUp() override {
-        if (postgresUrl().empty()) {
-            GTEST_SKIP() << kNoServer;
+        PgSchemaTest::SetUp();
+        if (IsSkipped() || HasFatalFailure()) {
+            return;
         }
         if (restartCommand().empty()) {
             GTEST_SKIP() << kNoRestart;
         }
         m_crash = restartCommand() + " immediate";
-        m_schema = uniqueSchemaName();
-        ASSERT_TRUE(adminExecute("create schema " + m_schema));
         // The test server commits without waiting for the log (synchronous_commit
         // off), so a crash could take the last commits; here a commit is durable
         // once it returns, as on a production server.
@@ -49,22 +48,9 @@ class PgFaultTest : public ::testing::Test {
                   0u);
     }
 
-    void TearDown() override {
-        if (m_schema.empty()) {
-            return;
-        }
-        unbindDataSource("default");
-        // The admin connection of this thread may have met the restart.
-        const std::string drop = "drop schema " + m_schema + " cascade";
-        if (!adminExecute(drop)) {
-            adminExecute(drop);
-        }
-    }
-
     bool crash() const { return std::system(m_crash.c_str()) == 0; }
 
     std::string m_crash;
-    std::string m_schema;
 };
 
 unsigned long runBatch(BatchInserter& batch) {
