@@ -7,50 +7,22 @@
 #include <string>
 #include <vector>
 
+#include "raw_sqlite.h"
 #include "scratch_dir.h"
 #include "store_classify.h"
 
 namespace {
 
 using vorn::ErrorCategory;
+using Rows = std::vector<std::vector<std::string>>;
 
-class Database {
-  public:
-    explicit Database(const std::string& path,
-                      int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)
-        : m_status(sqlite3_open_v2(path.c_str(), &m_db, flags, nullptr)) {
-        sqlite3_extended_result_codes(m_db, 1);
-    }
-    ~Database() { sqlite3_close(m_db); }
-    Database(const Database&) = delete;
-    Database& operator=(const Database&) = delete;
+using Database = vorn::test::RawSqlite;
 
-    sqlite3* handle() const { return m_db; }
-    int openStatus() const { return m_status; }
-    // The statement's extended result code.
-    int run(const std::string& sql) {
-        return sqlite3_exec(m_db, sql.c_str(), nullptr, nullptr, nullptr);
-    }
-    vorn::dal::ErrorClass classifyLast() const {
-        const auto code = static_cast<std::uint64_t>(sqlite3_extended_errcode(m_db));
-        return vorn::test::classify(code, sqlite3_errmsg(m_db), false);
-    }
-    std::string scalar(const std::string& sql) {
-        std::string value;
-        sqlite3_exec(
-            m_db, sql.c_str(),
-            [](void* out, int, char** values, char**) {
-                *static_cast<std::string*>(out) = values[0] != nullptr ? values[0] : "";
-                return 0;
-            },
-            &value, nullptr);
-        return value;
-    }
-
-  private:
-    sqlite3* m_db = nullptr;
-    int m_status;
-};
+// The last failure of db, as the SQLite backend classifies it.
+vorn::dal::ErrorClass classifyLast(const Database& db) {
+    const auto code = static_cast<std::uint64_t>(sqlite3_extended_errcode(db.handle()));
+    return vorn::test::classify(code, sqlite3_errmsg(db.handle()), false);
+}
 
 void expectCategory(const vorn::dal::ErrorClass& got, ErrorCategory category,
                     const std::string& sqlstate) {
@@ -100,9 +72,9 @@ TEST(ErrorCategorySqlite, FaultsOfStatementsAsSqliteReportsThem) {
         SCOPED_TRACE(fault.sql);
         ASSERT_NE(db.run(fault.sql), SQLITE_OK);
         SCOPED_TRACE(sqlite3_errmsg(db.handle()));
-        expectCategory(db.classifyLast(), fault.category, fault.sqlstate);
+        expectCategory(classifyLast(db), fault.category, fault.sqlstate);
     }
-    EXPECT_EQ(db.scalar("select count(*) || ':' || text from alarm"), "1:stored");
+    EXPECT_EQ(db.rows("select count(*), text from alarm"), (Rows{{"1", "stored"}}));
 }
 
 TEST(ErrorCategorySqlite, FaultsOfTheStoreAsSqliteReportsThem) {
@@ -114,29 +86,29 @@ TEST(ErrorCategorySqlite, FaultsOfTheStoreAsSqliteReportsThem) {
 
     Database reader(path, SQLITE_OPEN_READONLY);
     ASSERT_NE(reader.run("insert into alarm values (2)"), SQLITE_OK);
-    expectCategory(reader.classifyLast(), ErrorCategory::Permission, "25006");
+    expectCategory(classifyLast(reader), ErrorCategory::Permission, "25006");
 
     ASSERT_EQ(writer.run("BEGIN IMMEDIATE; INSERT INTO alarm VALUES (3);"), SQLITE_OK);
     Database other(path);
     ASSERT_NE(other.run("insert into alarm values (4)"), SQLITE_OK);
-    expectCategory(other.classifyLast(), ErrorCategory::Busy, "55P03");
+    expectCategory(classifyLast(other), ErrorCategory::Busy, "55P03");
     ASSERT_EQ(writer.run("ROLLBACK"), SQLITE_OK);
 
     sqlite3_progress_handler(
         other.handle(), 1, [](void*) { return 1; }, nullptr);
     ASSERT_NE(other.run("select count(*) from alarm"), SQLITE_OK);
-    expectCategory(other.classifyLast(), ErrorCategory::Timeout, "57014");
+    expectCategory(classifyLast(other), ErrorCategory::Timeout, "57014");
     sqlite3_progress_handler(other.handle(), 0, nullptr, nullptr);
 
     sqlite3_limit(other.handle(), SQLITE_LIMIT_LENGTH, 16);
     ASSERT_NE(other.run("select zeroblob(64)"), SQLITE_OK);
-    expectCategory(other.classifyLast(), ErrorCategory::InvalidValue, "22001");
+    expectCategory(classifyLast(other), ErrorCategory::InvalidValue, "22001");
 
     Database missing(dir.file("no/such/dir.db"));
     ASSERT_NE(missing.openStatus(), SQLITE_OK);
-    expectCategory(missing.classifyLast(), ErrorCategory::ConnectionLost, "08001");
+    expectCategory(classifyLast(missing), ErrorCategory::ConnectionLost, "08001");
 
-    EXPECT_EQ(other.scalar("select group_concat(id) from alarm"), "1");
+    EXPECT_EQ(other.rows("select id from alarm"), Rows{{"1"}});
 }
 
 }  // namespace
