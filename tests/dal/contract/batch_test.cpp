@@ -1,6 +1,6 @@
-// The DataSession contract on any store: batches of rows bound from columns.
+// The DataSession contract on any store: batches of rows bound from columns
+// (the values they store: tests/e2e/batch_exec_test.cpp).
 #include <cstdint>
-#include <cstdlib>
 #include <functional>
 
 #include "dal_fixture.h"
@@ -37,23 +37,6 @@ TEST_F(BatchTest, StatementsOtherThanInsertRunOncePerRow) {
                                     Params().add("id", ids).add("name", names).ref());
     ASSERT_TRUE(status.ok()) << detailOf(status);
     EXPECT_EQ(rowsOfU(), (Rows{{"0", "renamed"}}));
-}
-
-// Unsigned values above INT64_MAX keep their bits as signed integers; floats
-// are bound as the double of their value.
-TEST_F(BatchTest, NumbersAreStoredWithTheirExactValues) {
-    ASSERT_TRUE(run(m_session, "create table n(u bigint, f double precision)").ok());
-    std::vector<std::uint64_t> u{std::uint64_t{1} << 63, UINT64_MAX};
-    std::vector<float> f{0.1F, 1e-40F};
-    ASSERT_TRUE(
-        batch(m_session, "insert into n values({u}, {f})", Params().add("u", u).add("f", f).ref())
-            .ok());
-    const Rows rows = query(m_session, "select u, f from n order by u");
-    ASSERT_EQ(rows.size(), 2U);
-    EXPECT_EQ(rows[0][0], "-9223372036854775808");
-    EXPECT_EQ(rows[1][0], "-1");
-    EXPECT_EQ(std::strtod(rows[0][1].c_str(), nullptr), static_cast<double>(f[0])) << rows[0][1];
-    EXPECT_EQ(std::strtod(rows[1][1].c_str(), nullptr), static_cast<double>(f[1])) << rows[1][1];
 }
 
 TEST_F(BatchTest, MalformedParameterSetsAreRefusedBeforeAnythingRuns) {
