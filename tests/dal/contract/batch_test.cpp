@@ -1,7 +1,6 @@
 // The DataSession contract on any store: batches of rows bound from columns
 // (the values they store: tests/e2e/batch_exec_test.cpp).
 #include <cstdint>
-#include <functional>
 
 #include "dal_fixture.h"
 
@@ -43,51 +42,31 @@ TEST_F(BatchTest, MalformedParameterSetsAreRefusedBeforeAnythingRuns) {
     std::vector<std::int64_t> ids{1, 2, 3};
     std::vector<std::string> names{"a", "b"};
     std::vector<std::string> threeNames{"a", "b", "c"};
+    Params unequal, full, idsOnly, none, notContainer;
+    unequal.add("id", ids).add("name", names);
+    full.add("id", ids).add("name", threeNames);
+    idsOnly.add("id", ids);
+    notContainer.map["id"] = TypedRef{{typecode::kString, 0, nullptr}, &names};
     const std::string sql = "insert into u(id, name) values({id}, {name})";
     const struct {
         const char* what;
-        std::function<ExecResult()> call;
+        std::string sql;
+        TypedRef params;
         std::uint64_t code;
+        SqlKind kind = SqlKind::Batch;
     } cases[] = {
-        {"unequal columns",
-         [&] { return batch(m_session, sql, Params().add("id", ids).add("name", names).ref()); },
-         errc::kBadParameters},
-        {"unknown placeholder",
-         [&] {
-             return batch(m_session, "insert into u values({id}, {nmae})",
-                          Params().add("id", ids).add("name", threeNames).ref());
-         },
+        {"unequal columns", sql, unequal.ref(), errc::kBadParameters},
+        {"unknown placeholder", "insert into u values({id}, {nmae})", full.ref(),
          errc::kUnknownPlaceholder},
-        {"two statements",
-         [&] {
-             return batch(m_session, "insert into u values({id}, 'q'); delete from u",
-                          Params().add("id", ids).ref());
-         },
+        {"two statements", "insert into u values({id}, 'q'); delete from u", idsOnly.ref(),
          errc::kMultipleStatements},
-        {"read kind",
-         [&] {
-             return batch(m_session, sql, Params().add("id", ids).add("name", threeNames).ref(),
-                          SqlKind::Read);
-         },
-         errc::kBadParameters},
-        {"empty map", [&] { return batch(m_session, sql, Params().ref()); }, errc::kBadParameters},
-        {"not a map",
-         [&] {
-             Params p;
-             p.add("id", ids);
-             return batch(m_session, sql, p.map.begin()->second);
-         },
-         errc::kBadParameters},
-        {"column not a container",
-         [&] {
-             Params p;
-             p.map["id"] = TypedRef{{typecode::kString, 0, nullptr}, &names};
-             return batch(m_session, sql, p.ref());
-         },
-         errc::kBadParameters},
+        {"read kind", sql, full.ref(), errc::kBadParameters, SqlKind::Read},
+        {"empty map", sql, none.ref(), errc::kBadParameters},
+        {"not a map", sql, idsOnly.map.at("id"), errc::kBadParameters},
+        {"column not a container", sql, notContainer.ref(), errc::kBadParameters},
     };
     for (const auto& c : cases) {
-        const ExecResult status = c.call();
+        const ExecResult status = batch(m_session, c.sql, c.params, c.kind);
         EXPECT_EQ(status.errorCode(), c.code) << c.what;
         EXPECT_FALSE(detailOf(status).empty()) << c.what;
     }
