@@ -220,8 +220,7 @@ TEST_F(DiagnosticsTest, FailuresAndSlowStatementsAreLoggedWithTheirCodeAndThread
     const unsigned long code = runWrite("insert into missing values('pwd=s3cret')");
     ASSERT_NE(code, 0u);
     const auto failures = log.at(LogLevel::Info);
-    ASSERT_EQ(failures.size(), 1u);
-    EXPECT_EQ(failures[0].returnedCode, code);
+    ASSERT_EQ(failures.size(), 1u);  // its code and text: tests/conformance/log_rules_test.cpp
     EXPECT_EQ(failures[0].thread, static_cast<std::uint64_t>(::gettid()));
 
     // A commit without a transaction, refused by SQLite, is kept for
