@@ -53,11 +53,6 @@ class PgFaultTest : public PgSchemaTest {
     std::string m_crash;
 };
 
-unsigned long runBatch(BatchInserter& batch) {
-    Database db;
-    return db->ExecBatchInserter(batch);
-}
-
 BatchInserter rowsOf(long first, long last) {
     BatchInserter batch;
     batch.table("big");
@@ -71,7 +66,7 @@ BatchInserter rowsOf(long first, long last) {
 TEST_F(PgFaultTest, AServerStoppedInTheMiddleOfABatchKeepsNoRowOfIt) {
     ASSERT_EQ(runWrite("create table big(id bigint primary key, name text)"), 0u);
     BatchInserter committed = rowsOf(1, 1000);
-    ASSERT_EQ(runBatch(committed), 0u);
+    ASSERT_EQ(Database()->ExecBatchInserter(committed), 0u);
     // Row 51000 waits for a lock the stopping thread holds, so the server
     // stops while the batch has written 50,000 rows and has more to come.
     ASSERT_EQ(runWrite("create function gate() returns trigger language plpgsql as $$ begin "
@@ -100,7 +95,7 @@ TEST_F(PgFaultTest, AServerStoppedInTheMiddleOfABatchKeepsNoRowOfIt) {
     });
     locked.get_future().wait();
     BatchInserter large = rowsOf(1001, 100000);
-    const unsigned long code = runBatch(large);
+    const unsigned long code = Database()->ExecBatchInserter(large);
     stopper.join();
     ASSERT_TRUE(waited) << "the batch never reached the row that waits";
     ASSERT_TRUE(stopped) << m_crash;
@@ -109,7 +104,7 @@ TEST_F(PgFaultTest, AServerStoppedInTheMiddleOfABatchKeepsNoRowOfIt) {
     EXPECT_EQ(countAndHighest("big"), "1000/1000");
     // The same batch again, on a new connection; the lock is gone with the
     // connection that held it.
-    EXPECT_EQ(runBatch(large), 0u);
+    EXPECT_EQ(Database()->ExecBatchInserter(large), 0u);
     EXPECT_EQ(countAndHighest("big"), "100000/100000");
 }
 
@@ -122,7 +117,7 @@ TEST_F(PgFaultTest, AServerStoppedInTheMiddleOfATransactionKeepsNoRowOfIt) {
     ASSERT_EQ(db->beginTransaction(), 0u);
     ASSERT_EQ(runWrite("insert into big values (10, 'open')"), 0u);
     BatchInserter inTransaction = rowsOf(11, 20);
-    ASSERT_EQ(runBatch(inTransaction), 0u);
+    ASSERT_EQ(Database()->ExecBatchInserter(inTransaction), 0u);
     ASSERT_TRUE(crash()) << m_crash;
 
     const unsigned long code = db->commitTransaction();
