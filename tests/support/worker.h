@@ -3,6 +3,7 @@
 #include <condition_variable>
 #include <functional>
 #include <future>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -23,9 +24,10 @@ class Worker {
     // Runs job on the worker's thread; returns what it returns once it has.
     template <typename Job>
     auto run(Job job) {
-        std::packaged_task<decltype(job())()> task(std::move(job));
-        auto done = task.get_future();
-        post([&task] { task(); });
+        // Shared: the thread may still be leaving the task when the result is here.
+        auto task = std::make_shared<std::packaged_task<decltype(job())()>>(std::move(job));
+        auto done = task->get_future();
+        post([task] { (*task)(); });
         return done.get();
     }
 
