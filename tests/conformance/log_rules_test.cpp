@@ -40,16 +40,12 @@ struct LogRule {
 VORN_PRINT_BY_NAME(LogRule);
 
 unsigned long write(CVORN& db, const char* sql) {
-    CVORNsqlstr statement;
-    statement.assign(sql);
-    return db.execWriteSQL(statement);
+    return db.execWriteSQL(sqlText(sql));
 }
 
 unsigned long read(CVORN& db, const char* sql) {
-    CVORNsqlstr statement;
-    statement.assign(sql);
     CVORNReader reader;
-    return db.execReadSQL(statement, reader);
+    return db.execReadSQL(sqlText(sql), reader);
 }
 
 // A batch into table, with columns of rowsA and rowsB values (none: no column).
@@ -120,12 +116,11 @@ TEST_P(LogRules, LogExactlyTheseLines) {
     ASSERT_EQ(runWrite("create table kept(id integer)"), 0u);
     ASSERT_EQ(runWrite("insert into kept values(7)"), 0u);
     ASSERT_EQ(runWrite("create table t(id integer, a integer, b text)"), 0u);
-    CVORN* db = nullptr;
-    GuardDB guard("TaskDB", db, false);
+    Database db;
     LogCapture log;
 
     const std::uint64_t expectedCode = codeOf(rule);
-    EXPECT_EQ(rule.call(*db), expectedCode);
+    EXPECT_EQ(rule.call(*db.db), expectedCode);
 
     std::vector<platform::LogRecord> lines;
     std::size_t traces = 0;

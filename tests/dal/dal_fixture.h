@@ -3,13 +3,13 @@
 // Tests below the library's public classes: calls on the data-access layer as
 // the executor makes them, each test on a fresh store of its own.
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "exec/platform/type_registry.h"
+#include "raw_sqlite.h"
 #include "scratch_dir.h"
 #include "test_backend.h"
 #include "vorn/datasource.h"
@@ -233,25 +233,7 @@ class SqliteTest : public DalTest {
     // path, as the next program to open it would read them; {{"!" + error}}
     // when that fails.
     static Rows rawRows(const std::string& path, const std::string& sql) {
-        sqlite3* db = nullptr;
-        sqlite3_stmt* stmt = nullptr;
-        Rows rows;
-        if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK &&
-            sqlite3_prepare_v2(db, sql.c_str(), -1, &stmt, nullptr) == SQLITE_OK) {
-            while (sqlite3_step(stmt) == SQLITE_ROW) {
-                auto& row = rows.emplace_back();
-                for (int i = 0; i < sqlite3_column_count(stmt); ++i) {
-                    const auto* text = sqlite3_column_text(stmt, i);
-                    row.emplace_back(text != nullptr ? reinterpret_cast<const char*>(text) : "");
-                }
-            }
-        }
-        if (sqlite3_errcode(db) != SQLITE_OK && sqlite3_errcode(db) != SQLITE_DONE) {
-            rows = {{"!" + std::string(sqlite3_errmsg(db))}};
-        }
-        sqlite3_finalize(stmt);
-        sqlite3_close(db);
-        return rows;
+        return RawSqlite(path, SQLITE_OPEN_READONLY).rows(sql);
     }
 };
 class MariadbTest : public DalTest {

@@ -1,9 +1,10 @@
-// Batches executed on the embedded store: every column type, the refusals, and
-// atomicity.
+// Batches executed on every store: every column type and the values stored,
+// the refusals, and atomicity.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
 #include <map>
 #include <string>
@@ -47,7 +48,8 @@ class BatchExecTest : public StoreTest {
 TEST_F(BatchExecTest, EveryColumnTypeRoundTripsExactly) {
     ASSERT_EQ(
         runWrite(
-            "create table t(n integer, s text, i bigint, u bigint, f real, d double precision)"),
+            "create table t(n integer, s text, i bigint, u bigint, f real, fd double precision, "
+            "d double precision)"),
         0u);
     using I = std::numeric_limits<std::int64_t>;
     using U = std::numeric_limits<std::uint64_t>;
@@ -71,6 +73,7 @@ TEST_F(BatchExecTest, EveryColumnTypeRoundTripsExactly) {
         batch["i"] << signedValues[row];
         batch["u"] << unsignedValues[row];
         batch["f"] << floats[row];
+        batch["fd"] << floats[row];
         batch["d"] << doubles[row];
     }
     ASSERT_EQ(execute(batch), 0u);
@@ -92,6 +95,15 @@ TEST_F(BatchExecTest, EveryColumnTypeRoundTripsExactly) {
                                   doubles[row]));
     }
     EXPECT_FALSE(reader.hasNextElement());
+    // Stored, unsigned values above INT64_MAX keep their bits as signed
+    // integers; a float is the double of its value.
+    const Rows stored = runQuery("select u, fd from t order by n", 2);
+    ASSERT_EQ(stored.size(), floats.size());
+    for (std::size_t row = 0; row < stored.size(); ++row) {
+        EXPECT_EQ(std::stoll(stored[row][0]), static_cast<long long>(unsignedValues[row]));
+        EXPECT_EQ(std::strtod(stored[row][1].c_str(), nullptr), static_cast<double>(floats[row]))
+            << stored[row][1];
+    }
 }
 
 // The log lines of these calls are in tests/conformance/log_rules_test.cpp.

@@ -9,17 +9,13 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <deque>
-#include <functional>
-#include <future>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "store_fixture.h"
 #include "vorn/vorn.h"
+#include "worker.h"
 
 namespace vorn::test {
 namespace {
@@ -29,98 +25,27 @@ using Clock = std::chrono::steady_clock;
 
 const char* const kOther = "budget_other";  // a second session name on the same store
 
-// A thread of its own, which keeps its connections between the jobs it runs.
-class Worker {
-  public:
-    Worker() : m_thread([this] { loop(); }) {}
-    ~Worker() {
-        post({});  // no job: the end
-        m_thread.join();
-    }
-    Worker(const Worker&) = delete;
-    Worker& operator=(const Worker&) = delete;
-
-    unsigned long run(std::function<unsigned long()> job) {
-        std::packaged_task<unsigned long()> task(std::move(job));
-        std::future<unsigned long> done = task.get_future();
-        post(std::move(task));
-        return done.get();
-    }
-
-  private:
-    void post(std::packaged_task<unsigned long()> task) {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_jobs.push_back(std::move(task));
-        m_ready.notify_one();
-    }
-    void loop() {
-        for (;;) {
-            std::unique_lock<std::mutex> lock(m_mutex);
-            m_ready.wait(lock, [this] { return !m_jobs.empty(); });
-            std::packaged_task<unsigned long()> task = std::move(m_jobs.front());
-            m_jobs.pop_front();
-            lock.unlock();
-            if (!task.valid()) {
-                return;
-            }
-            task();
-        }
-    }
-
-    std::mutex m_mutex;
-    std::condition_variable m_ready;
-    std::deque<std::packaged_task<unsigned long()>> m_jobs;
-    std::thread m_thread;
-};
-
 unsigned long writeOn(const char* session, const std::string& sql) {
     platform::DataSession db(session);
     return db.execute("test:budget:0", platform::SqlKind::Write, sql, platform::NoParameters{})
         .errorCode();
 }
 
-// A count the admin session (another data source) reads on the server.
-long adminCount(const std::string& sql) {
-    static const char* const kAdmin = "vorn_test_admin";
-    bindDataSource(kAdmin, postgresUrl());
-    CVORNReader reader;
-    long count = -1;
-    platform::DataSession* session = reader.initializeSession(kAdmin);
-    if (session->execute("test:count:0", platform::SqlKind::Read, sql, platform::NoParameters{})
-            .ok()) {
-        reader >> count;
-    }
-    return count;
-}
-
-class ConnectionBudgetTest : public ::testing::Test {
+class ConnectionBudgetTest : public StoreTest {
   protected:
-    void SetUp() override {
-        ::setenv("VORN_DATA_DIR", m_dir.path().c_str(), 1);
-        if (!onPostgres()) {
-            m_url = "sqlite:" + m_dir.file("budget.db");
-            return;
-        }
-        if (postgresUrl().empty()) {
-            GTEST_SKIP() << kNoServer;
-        }
-        if (!poolerUrl().empty()) {
+    void prepare() override {
+        if (onPostgres() && !poolerUrl().empty()) {
             GTEST_SKIP() << "counts the server's connections, which a pooler keeps its own";
         }
-        m_schema = uniqueSchemaName();
-        ASSERT_TRUE(adminExecute("create schema " + m_schema));
-        // The test's connections are told apart on the server by their name.
-        m_url = withOptions(postgresUrlForSchema(m_schema), "application_name=" + m_schema);
+        // On PostgreSQL the test's connections are told apart by their name.
+        m_url = onPostgres() ? withOptions(m_stores.at("default").url,
+                                           "application_name=" + m_schemas.at("default"))
+                             : "sqlite:" + m_dir.file("default.db");
     }
-
     void TearDown() override {
         unbindDataSource("default");
         unbindDataSource(kOther);
-        closeAllConnections();
-        ::unsetenv("VORN_DATA_DIR");
-        if (!m_schema.empty()) {
-            adminExecute("drop schema " + m_schema + " cascade");
-        }
+        StoreTest::TearDown();
     }
 
     // Binds "default" and kOther to the store, with a budget of budget
@@ -133,27 +58,31 @@ class ConnectionBudgetTest : public ::testing::Test {
         ASSERT_EQ(bindDataSource(kOther, url), 0u);
     }
 
-    // The server's connections of this test.
-    long serverConnections() const {
-        return adminCount("select count(*) from pg_stat_activity where application_name = '" +
-                          m_schema + "'");
+    // The server's connections of this test; with settled, once they number
+    // that (the server sees ended ones go a little later), or after 10 s.
+    long serverConnections(long settled = -1) const {
+        const Clock::time_point end = Clock::now() + 10s;
+        for (;;) {
+            const long count =
+                countOn("vorn_test_admin", postgresUrl(),
+                        "select count(*) from pg_stat_activity where application_name = '" +
+                            m_schemas.at("default") + "'");
+            if (settled < 0 || count == settled || Clock::now() > end) {
+                return count;
+            }
+            std::this_thread::sleep_for(10ms);
+        }
     }
     // Ends them on the server, as an administrator or a restart would, and
     // waits until they are gone.
     void endServerConnections() const {
         ASSERT_TRUE(adminExecute(
             "select pg_terminate_backend(pid) from pg_stat_activity where application_name = '" +
-            m_schema + "'"));
-        const Clock::time_point end = Clock::now() + 10s;
-        while (serverConnections() != 0 && Clock::now() < end) {
-            std::this_thread::sleep_for(10ms);
-        }
-        ASSERT_EQ(serverConnections(), 0);
+            m_schemas.at("default") + "'"));
+        ASSERT_EQ(serverConnections(0), 0);
     }
 
-    ScratchDir m_dir;
     std::string m_url;
-    std::string m_schema;  // PostgreSQL: the test's schema and application name
 };
 
 TEST_F(ConnectionBudgetTest, ThirtyTwoThreadsOnTwoSessionNamesStayWithinABudgetOfFour) {
@@ -192,6 +121,11 @@ TEST_F(ConnectionBudgetTest, ThirtyTwoThreadsOnTwoSessionNamesStayWithinABudgetO
     if (onPostgres()) {
         EXPECT_GE(most, 1);
         EXPECT_LE(most, 4);
+        // The threads' connections closed as they ended; this thread's own
+        // closes when asked.
+        EXPECT_EQ(serverConnections(1), 1);
+        EXPECT_GE(closeConnections(), 1u);
+        EXPECT_EQ(serverConnections(0), 0);
     }
 }
 
@@ -236,45 +170,39 @@ TEST_F(ConnectionBudgetTest, IdleConnectionsAreLentAndAWaitEndsWithBusy) {
     EXPECT_EQ(runQuery("select id from t order by id", 1), (Rows{{"1"}, {"2"}, {"3"}, {"5"}}));
 }
 
-TEST_F(ConnectionBudgetTest, AConnectionTheServerEndedWhileIdleIsReplacedBeforeTheNextCall) {
+// A connection the server ended while idle is replaced before the next call.
+// In a transaction nothing is left to end on it: a rollback succeeds and a
+// commit fails as a lost connection, both at once and without connecting.
+TEST_F(ConnectionBudgetTest, AConnectionTheServerEndedIsReplacedOrAnsweredWithoutConnecting) {
     if (!onPostgres()) {
         GTEST_SKIP() << "an SQLite connection has no server to end it";
     }
     bind(1);  // the lost connection's place goes to its replacement
     ASSERT_EQ(runWrite("create table t(id integer primary key)"), 0u);
-    ASSERT_EQ(runWrite("insert into t values (1)"), 0u);
-    endServerConnections();
-    std::this_thread::sleep_for(1100ms);  // idle long enough to be looked at
-    EXPECT_EQ(runWrite("insert into t values (2)"), 0u);
-    EXPECT_EQ(runQuery("select id from t order by id", 1), (Rows{{"1"}, {"2"}}));
-    EXPECT_EQ(serverConnections(), 1);
-}
-
-// Nothing is left to end on a connection that is gone: a rollback succeeds and
-// a commit fails as a lost connection, both at once and without connecting.
-TEST_F(ConnectionBudgetTest, RollbackAndCommitOnALostConnectionAnswerWithoutConnecting) {
-    if (!onPostgres()) {
-        GTEST_SKIP() << "an SQLite connection is never lost";
-    }
-    bind(0);
-    ASSERT_EQ(runWrite("create table t(id integer primary key)"), 0u);
-    ASSERT_EQ(runWrite("insert into t values (1)"), 0u);
     const struct {
         const char* name;
-        bool commit;
+        int end;    // 0: a write after the loss; 1: a rollback; 2: a commit
         bool idle;  // found lost before the call, or met by it
-    } ends[] = {{"rollback", false, true}, {"rollback met", false, false}, {"commit", true, true}};
+    } ends[] = {
+        {"write", 0, true}, {"rollback", 1, true}, {"rollback met", 1, false}, {"commit", 2, true}};
     for (const auto& end : ends) {
         SCOPED_TRACE(end.name);
         Database db;
-        ASSERT_EQ(db->beginTransaction(), 0u);
-        ASSERT_EQ(runWrite("insert into t values (2)"), 0u);
+        ASSERT_EQ(end.end == 0 ? 0u : db->beginTransaction(), 0u);
+        ASSERT_EQ(runWrite(end.end == 0 ? "insert into t values (1)" : "insert into t values (3)"),
+                  0u);
         endServerConnections();
         if (end.idle) {
-            std::this_thread::sleep_for(1100ms);
+            std::this_thread::sleep_for(1100ms);  // idle long enough to be looked at
         }
-        const unsigned long code = end.commit ? db->commitTransaction() : db->rollbackTransaction();
-        if (end.commit) {
+        if (end.end == 0) {
+            EXPECT_EQ(runWrite("insert into t values (2)"), 0u);
+            EXPECT_EQ(serverConnections(), 1);
+            continue;
+        }
+        const unsigned long code =
+            end.end == 2 ? db->commitTransaction() : db->rollbackTransaction();
+        if (end.end == 2) {
             EXPECT_EQ(lastError().category, ErrorCategory::ConnectionLost);
             EXPECT_EQ(platform::sqlstateFromCode(code), "08006");
         } else {
@@ -282,7 +210,7 @@ TEST_F(ConnectionBudgetTest, RollbackAndCommitOnALostConnectionAnswerWithoutConn
         }
         EXPECT_EQ(serverConnections(), 0);
     }
-    EXPECT_EQ(runQuery("select id from t order by id", 1), Rows{{"1"}});
+    EXPECT_EQ(runQuery("select id from t order by id", 1), (Rows{{"1"}, {"2"}}));
 }
 
 }  // namespace

@@ -29,18 +29,17 @@ std::string countAndHighest(const std::string& table) {
     return rows.size() == 1 ? rows[0][0] + "/" + rows[0][1] : "no row";
 }
 
-class PgFaultTest : public ::testing::Test {
+class PgFaultTest : public PgSchemaTest {
   protected:
     void SetUp() override {
-        if (postgresUrl().empty()) {
-            GTEST_SKIP() << kNoServer;
+        PgSchemaTest::SetUp();
+        if (IsSkipped() || HasFatalFailure()) {
+            return;
         }
         if (restartCommand().empty()) {
             GTEST_SKIP() << kNoRestart;
         }
         m_crash = restartCommand() + " immediate";
-        m_schema = uniqueSchemaName();
-        ASSERT_TRUE(adminExecute("create schema " + m_schema));
         // The test server commits without waiting for the log (synchronous_commit
         // off), so a crash could take the last commits; here a commit is durable
         // once it returns, as on a production server.
@@ -49,28 +48,10 @@ class PgFaultTest : public ::testing::Test {
                   0u);
     }
 
-    void TearDown() override {
-        if (m_schema.empty()) {
-            return;
-        }
-        unbindDataSource("default");
-        // The admin connection of this thread may have met the restart.
-        const std::string drop = "drop schema " + m_schema + " cascade";
-        if (!adminExecute(drop)) {
-            adminExecute(drop);
-        }
-    }
-
     bool crash() const { return std::system(m_crash.c_str()) == 0; }
 
     std::string m_crash;
-    std::string m_schema;
 };
-
-unsigned long runBatch(BatchInserter& batch) {
-    Database db;
-    return db->ExecBatchInserter(batch);
-}
 
 BatchInserter rowsOf(long first, long last) {
     BatchInserter batch;
@@ -85,7 +66,7 @@ BatchInserter rowsOf(long first, long last) {
 TEST_F(PgFaultTest, AServerStoppedInTheMiddleOfABatchKeepsNoRowOfIt) {
     ASSERT_EQ(runWrite("create table big(id bigint primary key, name text)"), 0u);
     BatchInserter committed = rowsOf(1, 1000);
-    ASSERT_EQ(runBatch(committed), 0u);
+    ASSERT_EQ(Database()->ExecBatchInserter(committed), 0u);
     // Row 51000 waits for a lock the stopping thread holds, so the server
     // stops while the batch has written 50,000 rows and has more to come.
     ASSERT_EQ(runWrite("create function gate() returns trigger language plpgsql as $$ begin "
@@ -114,7 +95,7 @@ TEST_F(PgFaultTest, AServerStoppedInTheMiddleOfABatchKeepsNoRowOfIt) {
     });
     locked.get_future().wait();
     BatchInserter large = rowsOf(1001, 100000);
-    const unsigned long code = runBatch(large);
+    const unsigned long code = Database()->ExecBatchInserter(large);
     stopper.join();
     ASSERT_TRUE(waited) << "the batch never reached the row that waits";
     ASSERT_TRUE(stopped) << m_crash;
@@ -123,7 +104,7 @@ TEST_F(PgFaultTest, AServerStoppedInTheMiddleOfABatchKeepsNoRowOfIt) {
     EXPECT_EQ(countAndHighest("big"), "1000/1000");
     // The same batch again, on a new connection; the lock is gone with the
     // connection that held it.
-    EXPECT_EQ(runBatch(large), 0u);
+    EXPECT_EQ(Database()->ExecBatchInserter(large), 0u);
     EXPECT_EQ(countAndHighest("big"), "100000/100000");
 }
 
@@ -136,7 +117,7 @@ TEST_F(PgFaultTest, AServerStoppedInTheMiddleOfATransactionKeepsNoRowOfIt) {
     ASSERT_EQ(db->beginTransaction(), 0u);
     ASSERT_EQ(runWrite("insert into big values (10, 'open')"), 0u);
     BatchInserter inTransaction = rowsOf(11, 20);
-    ASSERT_EQ(runBatch(inTransaction), 0u);
+    ASSERT_EQ(Database()->ExecBatchInserter(inTransaction), 0u);
     ASSERT_TRUE(crash()) << m_crash;
 
     const unsigned long code = db->commitTransaction();

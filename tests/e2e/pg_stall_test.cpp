@@ -5,12 +5,7 @@
 // comes back within its deadline and a second, with a time-out, an unknown
 // outcome or a lost connection; afterwards every acknowledged unit is there,
 // none that failed, and no unit in part.
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
 #include <signal.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -131,21 +126,12 @@ Unit runUnit(long kind, long id) {
     return unit;
 }
 
-class PgStallTest : public ::testing::Test {
+class PgStallTest : public PgSchemaTest {
   protected:
     void SetUp() override {
-        if (postgresUrl().empty()) {
-            GTEST_SKIP() << kNoServer;
-        }
-        m_schema = uniqueSchemaName();
-        ASSERT_TRUE(adminExecute("create schema " + m_schema));
-        ASSERT_TRUE(adminExecute("create table " + m_schema + ".t(id bigint primary key)"));
-    }
-    void TearDown() override {
-        if (!m_schema.empty()) {
-            unbindDataSource("default");
-            closeAllConnections();
-            adminExecute("drop schema " + m_schema + " cascade");
+        PgSchemaTest::SetUp();
+        if (!IsSkipped() && !HasFatalFailure()) {
+            ASSERT_TRUE(adminExecute("create table " + m_schema + ".t(id bigint primary key)"));
         }
     }
 
@@ -225,8 +211,6 @@ class PgStallTest : public ::testing::Test {
         std::cout << "\n";
         EXPECT_EQ(runWrite("insert into t values (1)"), 0u) << "the session is not usable again";
     }
-
-    std::string m_schema;
 };
 
 TEST_F(PgStallTest, AStoppedServerHoldsNoCallBeyondItsDeadline) {

@@ -111,6 +111,23 @@ inline bool sameColumn(const BaseTypeVector& a, const BaseTypeVector& b) {
            a.m_doubleVec == b.m_doubleVec;
 }
 
+// The number sql reads, on a session name of its own bound to url: another
+// data source than the test's, on a connection of its own. -1 when it fails.
+inline long countOn(const char* session, const std::string& url, const std::string& sql) {
+    long count = -1;
+    if (bindDataSource(session, url) != 0) {
+        return count;
+    }
+    CVORNReader reader;
+    platform::DataSession* s = reader.initializeSession(session);
+    if (s != nullptr &&
+        s->execute("test:count:0", platform::SqlKind::Read, sql, platform::NoParameters{}).ok()) {
+        reader >> count;
+    }
+    reader.clear();
+    return count;
+}
+
 // Every test starts on empty stores. On SQLite each test gets its own data
 // directory ("<dir>/<session name>.db"); on PostgreSQL each session name is
 // bound to a schema of its own, dropped after the test.
@@ -180,28 +197,45 @@ class StoreTest : public ::testing::Test {
         }
         // Asked through a session name of its own bound to the same store.
         static const char* const kProbe = "vorn_test_probe";
-        EXPECT_EQ(bindDataSource(kProbe, found->second.url), 0u);
         const std::string schema = poolerUrl().empty() ? m_schemas.at(sessionName) : "public";
-        CVORNReader reader;
-        long tables = 0;
-        platform::DataSession* session = reader.initializeSession(kProbe);
-        if (session != nullptr &&
-            session
-                ->execute("test:probe:0", platform::SqlKind::Read,
-                          "select count(*) from information_schema.tables where table_schema = '" +
-                              schema + "'",
-                          platform::NoParameters{})
-                .ok()) {
-            reader >> tables;
-        }
-        reader.clear();
+        const long tables = countOn(
+            kProbe, found->second.url,
+            "select count(*) from information_schema.tables where table_schema = '" + schema + "'");
         unbindDataSource(kProbe);
-        return tables != 0;
+        EXPECT_GE(tables, 0) << "the probe of " << sessionName << " failed";
+        return tables > 0;
     }
 
     ScratchDir m_dir;
     std::map<std::string, std::string> m_schemas;  // session name -> schema (or database)
     std::map<std::string, PgScratchStore> m_stores;
+};
+
+// A schema of its own on the PostgreSQL test server (skipped when none was
+// started), dropped after the test with what "default" was bound to.
+class PgSchemaTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        if (postgresUrl().empty()) {
+            GTEST_SKIP() << kNoServer;
+        }
+        m_schema = uniqueSchemaName();
+        ASSERT_TRUE(adminExecute("create schema " + m_schema));
+    }
+    void TearDown() override {
+        if (m_schema.empty()) {
+            return;
+        }
+        unbindDataSource("default");
+        closeAllConnections();
+        // The admin connection of this thread may have met a restart.
+        const std::string drop = "drop schema " + m_schema + " cascade";
+        if (!adminExecute(drop)) {
+            adminExecute(drop);
+        }
+    }
+
+    std::string m_schema;
 };
 
 }  // namespace vorn::test

@@ -61,9 +61,9 @@ TEST_F(FreshProcess, TheLevelIsSetFromTheVariableAtFirstUse) {
     }
 }
 
-using LevelFromEnvironmentOnce = FreshProcess;
-
-TEST_F(LevelFromEnvironmentOnce, LaterChangesOfTheVariableAreIgnored) {
+// Read once: later changes of the variable are ignored, and a level set
+// before the first use wins over it.
+TEST_F(FreshProcess, TheVariableIsReadOnceAndAnExplicitLevelWins) {
     EXPECT_EXIT(
         {
             (void)::setenv("VORN_LOG_LEVEL", "error", 1);
@@ -72,9 +72,6 @@ TEST_F(LevelFromEnvironmentOnce, LaterChangesOfTheVariableAreIgnored) {
             std::_Exit(first && Logger::level() == LogLevel::Error ? 0 : 1);
         },
         ::testing::ExitedWithCode(0), "");
-}
-
-TEST_F(LevelFromEnvironmentOnce, ExplicitLevelBeforeFirstUseWins) {
     EXPECT_EXIT(
         {
             (void)::setenv("VORN_LOG_LEVEL", "error", 1);

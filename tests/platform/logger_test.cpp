@@ -43,9 +43,12 @@ std::vector<std::string> lines(const std::string& text) {
     return out;
 }
 
-// "<date> <time> [<level>] [<pid>:<tid>] " before the payload.
-const std::string kLinePrefix = R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )";
-const std::string kIds = R"( \[\d+:\d+\] )";
+// Whether line is "<date> <time> [<level>] [<pid>:<tid>] " and then rest (a
+// regular expression).
+bool isLine(const std::string& line, const std::string& level, const std::string& rest) {
+    return std::regex_match(line, std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \[)" + level +
+                                             R"(\] \[\d+:\d+\] )" + rest));
+}
 
 TEST(Logger, DeliversRecordsExactly) {
     const LogCapture capture;
@@ -166,14 +169,11 @@ TEST(LogDestination, StderrLineHoldsTimeLevelLocationCodeAndText) {
     }
     const auto got = lines(written);
     ASSERT_EQ(got.size(), 2U) << written;
-    EXPECT_TRUE(std::regex_match(got[0], std::regex(kLinePrefix + R"(\[error\])" + kIds +
-                                                    R"(MiraDB:execWriteSQL:80 code=1 )"
-                                                    R"(\[VORNLib\]execWriteSQL! strSQL is )"
-                                                    R"(empty string!)")))
+    EXPECT_TRUE(isLine(got[0], "error",
+                       R"(MiraDB:execWriteSQL:80 code=1 \[VORNLib\]execWriteSQL! strSQL is )"
+                       R"(empty string!)"))
         << got[0];
-    EXPECT_TRUE(std::regex_match(got[1], std::regex(kLinePrefix + R"(\[info\])" + kIds +
-                                                    R"(MiraDB:execWriteSQL:86 \[VORNLib\]detail)")))
-        << got[1];
+    EXPECT_TRUE(isLine(got[1], "info", R"(MiraDB:execWriteSQL:86 \[VORNLib\]detail)")) << got[1];
 }
 
 TEST(LogDestination, FileIsAppendedTo) {
@@ -190,12 +190,8 @@ TEST(LogDestination, FileIsAppendedTo) {
     const auto got = lines(vorn::test::fileText(path));
     ASSERT_EQ(got.size(), 3U);
     EXPECT_EQ(got[0], "kept from before");
-    EXPECT_TRUE(std::regex_match(got[1], std::regex(kLinePrefix + R"(\[error\])" + kIds +
-                                                    "MiraDB:execWriteSQL:80 code=7 to the file")))
-        << got[1];
-    EXPECT_TRUE(std::regex_match(
-        got[2], std::regex(kLinePrefix + R"(\[trace\])" + kIds + "MiraDB:execWriteSQL:80 traced")))
-        << got[2];
+    EXPECT_TRUE(isLine(got[1], "error", "MiraDB:execWriteSQL:80 code=7 to the file")) << got[1];
+    EXPECT_TRUE(isLine(got[2], "trace", "MiraDB:execWriteSQL:80 traced")) << got[2];
 }
 
 TEST(LogDestination, UnopenableFileKeepsTheCurrentDestination) {

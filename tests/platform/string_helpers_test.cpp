@@ -1,10 +1,11 @@
 #include "exec/platform/string_helpers.h"
 
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include <string>
 #include <vector>
+
+#include "raw_sqlite.h"
 
 namespace {
 
@@ -34,17 +35,12 @@ TEST(QuoteEscaping, DoublesQuotesOnly) {
 
 // Runs "SELECT '<subject>' LIKE '<escaped pattern>'" on SQLite.
 bool sqliteLike(const std::string& subject, const std::string& pattern) {
-    sqlite3* db = nullptr;
-    EXPECT_EQ(sqlite3_open(":memory:", &db), SQLITE_OK);
     const std::string sql =
         "SELECT '" + escapeSingleQuotes(subject) + "' LIKE '" + escapeLikePattern(pattern) + "'";
-    sqlite3_stmt* stmt = nullptr;
-    EXPECT_EQ(sqlite3_prepare_v2(db, sql.c_str(), -1, &stmt, nullptr), SQLITE_OK) << sql;
-    EXPECT_EQ(sqlite3_step(stmt), SQLITE_ROW);
-    const bool matched = sqlite3_column_int(stmt, 0) == 1;
-    sqlite3_finalize(stmt);
-    sqlite3_close(db);
-    return matched;
+    using Rows = std::vector<std::vector<std::string>>;
+    const Rows rows = vorn::test::RawSqlite(":memory:").rows(sql);
+    EXPECT_TRUE(rows == Rows{{"0"}} || rows == Rows{{"1"}}) << sql << ": " << rows.at(0).at(0);
+    return rows == Rows{{"1"}};
 }
 
 TEST(LikePatternOnSqlite, WildcardsMatchAndQuotesStayLiteral) {

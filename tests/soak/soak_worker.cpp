@@ -5,6 +5,7 @@
 #include <mutex>
 #include <thread>
 
+#include "store_fixture.h"
 #include "vorn/platform/error_codes.h"
 #include "vorn/vorn.h"
 
@@ -22,12 +23,6 @@ bool busyOrLocked(unsigned long code) {
         return state == "40001" || state == "40P01" || state == "55P03";
     }
     return (code & 0xff) == 5 || (code & 0xff) == 6;  // SQLITE_BUSY, SQLITE_LOCKED
-}
-
-CVORNsqlstr text(const std::string& sql) {
-    CVORNsqlstr statement;
-    statement.assign(sql);
-    return statement;
 }
 
 // The writes and reads of one thread, on the thread's own GuardDB.
@@ -71,7 +66,7 @@ class Worker {
 
 bool Worker::inserts(const std::string& key, int from, int to) {
     for (int n = from; n < to; ++n) {
-        if (!ok(m_db->execWriteSQL(text(insert(key, n))))) {
+        if (!ok(m_db->execWriteSQL(sqlText(insert(key, n))))) {
             return false;
         }
     }
@@ -122,7 +117,7 @@ int Worker::writeUnit(long seq, const std::string& key) {
 void Worker::openHeldRead(CVORNReader& reader) {
     ++m_tally.reads;
     ++m_tally.heldReads;
-    if (ok(m_db->execReadSQL(text("select unit, n from soak limit 200"), reader)) &&
+    if (ok(m_db->execReadSQL(sqlText("select unit, n from soak limit 200"), reader)) &&
         reader.hasNextElement()) {
         std::string unit;
         long n = 0;
@@ -144,7 +139,7 @@ void Worker::checkStored(const std::string& key, int rows) {
     ++m_tally.reads;
     CVORNReader reader;
     long count = -1;
-    if (ok(m_db->execReadSQL(text("select count(*) from soak where unit = '" + key + "'"),
+    if (ok(m_db->execReadSQL(sqlText("select count(*) from soak where unit = '" + key + "'"),
                              reader)) &&
         reader.hasNextElement()) {
         reader >> count;

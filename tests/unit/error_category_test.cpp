@@ -1,3 +1,7 @@
+// How failures are sorted into categories: PostgreSQL's SQLSTATEs, SQLite's
+// codes and messages (as tables, and as SQLite itself raises them: its real
+// codes and messages, not copies of them, so a change in SQLite's wording
+// shows here) and the library's own codes.
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
@@ -5,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "raw_sqlite.h"
+#include "scratch_dir.h"
 #include "store_classify.h"
 #include "vorn/platform/error_codes.h"
 
@@ -29,8 +35,8 @@ void expectClassified(std::uint64_t code, const std::string& message, bool refus
 }
 
 // SQLSTATEs by their class. A fault gets the same category on both stores:
-// these are PostgreSQL's codes of the faults error_category_sqlite_test.cpp
-// has SQLite raise (and tests/e2e/diagnostics_test.cpp has both stores).
+// these are PostgreSQL's codes of the faults SQLite raises below (and
+// tests/e2e/bad_input_test.cpp has both stores raise).
 TEST(ErrorCategory, PostgresSqlstatesByClass) {
     const std::vector<std::pair<std::string, ErrorCategory>> cases = {
         {"08006", ErrorCategory::ConnectionLost}, {"08P01", ErrorCategory::ConnectionLost},
@@ -73,8 +79,7 @@ struct SqliteCase {
     Expected expected;
 };
 
-// SQLite's codes and SQLITE_ERROR messages beyond those error_category_sqlite_test.cpp
-// has SQLite raise.
+// SQLite's codes and SQLITE_ERROR messages beyond those SQLite raises below.
 TEST(ErrorCategory, SqliteCodesAndMessages) {
     const std::vector<SqliteCase> cases = {
         {SQLITE_ERROR, "unrecognized token: \"'abc\"", {ErrorCategory::Syntax, "42601"}},
@@ -153,23 +158,99 @@ TEST(ErrorCategory, LibraryRefusals) {
     expectClassified(0, "no such table: x", true, {ErrorCategory::None, ""}, 0);
 }
 
-TEST(ErrorCategory, NamesEveryCategory) {
-    const std::vector<std::pair<ErrorCategory, std::string>> names = {
-        {ErrorCategory::None, "None"},
-        {ErrorCategory::Refused, "Refused"},
-        {ErrorCategory::Syntax, "Syntax"},
-        {ErrorCategory::Constraint, "Constraint"},
-        {ErrorCategory::Busy, "Busy"},
-        {ErrorCategory::ConnectionLost, "ConnectionLost"},
-        {ErrorCategory::Permission, "Permission"},
-        {ErrorCategory::InvalidValue, "InvalidValue"},
-        {ErrorCategory::Timeout, "Timeout"},
-        {ErrorCategory::Other, "Other"},
-    };
-    for (const auto& [category, name] : names) {
-        EXPECT_EQ(vorn::toString(category), name);
+// Every category's name shows in the manual's page (error_page_test.cpp); a
+// value that is none of them has a name too.
+TEST(ErrorCategory, AValueOfNoCategoryIsUnknown) {
+    EXPECT_STREQ(vorn::toString(static_cast<ErrorCategory>(200)), "Unknown");
+}
+
+using Database = vorn::test::RawSqlite;
+using Rows = std::vector<std::vector<std::string>>;
+
+// sql fails on db (none is run where it is empty), and the SQLite backend
+// sorts the failure into category and sqlstate, keeping SQLite's code.
+void expectFailure(const Database& db, const std::string& sql, ErrorCategory category,
+                   const std::string& sqlstate) {
+    SCOPED_TRACE(sql);
+    if (!sql.empty()) {
+        ASSERT_NE(db.run(sql), SQLITE_OK);
     }
-    EXPECT_EQ(vorn::toString(static_cast<ErrorCategory>(200)), std::string("Unknown"));
+    SCOPED_TRACE(db.error());
+    const auto code = static_cast<std::uint64_t>(sqlite3_extended_errcode(db.handle()));
+    expectClassified(code, db.error(), false, {category, sqlstate}, code);
+}
+
+struct StatementFault {
+    const char* sql;
+    ErrorCategory category;
+    const char* sqlstate;
+};
+
+TEST(ErrorCategorySqlite, FaultsOfStatementsAsSqliteReportsThem) {
+    vorn::test::ScratchDir dir;
+    Database db(dir.file("faults.db"));
+    ASSERT_EQ(db.openStatus(), SQLITE_OK);
+    ASSERT_EQ(db.run("PRAGMA foreign_keys = ON;"
+                     "CREATE TABLE kind (id INTEGER PRIMARY KEY);"
+                     "INSERT INTO kind VALUES (1);"
+                     "CREATE TABLE alarm (id INTEGER PRIMARY KEY, code TEXT UNIQUE,"
+                     " text TEXT NOT NULL, level INTEGER CHECK (level >= 0),"
+                     " kind INTEGER REFERENCES kind(id));"
+                     "CREATE TABLE strict_alarm (level INTEGER) STRICT;"
+                     "INSERT INTO alarm VALUES (1, 'a', 'stored', 1, 1);"),
+              SQLITE_OK);
+    const std::vector<StatementFault> faults = {
+        {"selec * from alarm", ErrorCategory::Syntax, "42601"},
+        {"select * from alarm where (", ErrorCategory::Syntax, "42601"},
+        {"select * from absent", ErrorCategory::Syntax, "42P01"},
+        {"select lvl from alarm", ErrorCategory::Syntax, "42703"},
+        {"insert into alarm (lvl) values (1)", ErrorCategory::Syntax, "42703"},
+        {"select nofn(1)", ErrorCategory::Syntax, "42883"},
+        {"create table alarm (x)", ErrorCategory::Syntax, "42P07"},
+        {"insert into alarm values (1, 2, 3)", ErrorCategory::Syntax, "42601"},
+        {"insert into alarm values (1, 'b', 't', 1, 1)", ErrorCategory::Constraint, "23505"},
+        {"insert into alarm values (2, 'a', 't', 1, 1)", ErrorCategory::Constraint, "23505"},
+        {"insert into alarm values (2, 'b', 't', 1, 9)", ErrorCategory::Constraint, "23503"},
+        {"insert into alarm values (2, 'b', null, 1, 1)", ErrorCategory::Constraint, "23502"},
+        {"insert into alarm values (2, 'b', 't', -1, 1)", ErrorCategory::Constraint, "23514"},
+        {"insert into alarm (id, text) values ('x', 't')", ErrorCategory::InvalidValue, "22P02"},
+        {"insert into strict_alarm values ('high')", ErrorCategory::InvalidValue, "22P02"},
+        {"commit", ErrorCategory::Other, "25P01"},
+    };
+    for (const StatementFault& fault : faults) {
+        expectFailure(db, fault.sql, fault.category, fault.sqlstate);
+    }
+    EXPECT_EQ(db.rows("select count(*), text from alarm"), (Rows{{"1", "stored"}}));
+}
+
+TEST(ErrorCategorySqlite, FaultsOfTheStoreAsSqliteReportsThem) {
+    vorn::test::ScratchDir dir;
+    const std::string path = dir.file("store.db");
+    Database writer(path);
+    ASSERT_EQ(writer.run("CREATE TABLE alarm (id INTEGER); INSERT INTO alarm VALUES (1);"),
+              SQLITE_OK);
+
+    Database reader(path, SQLITE_OPEN_READONLY);
+    expectFailure(reader, "insert into alarm values (2)", ErrorCategory::Permission, "25006");
+
+    ASSERT_EQ(writer.run("BEGIN IMMEDIATE; INSERT INTO alarm VALUES (3);"), SQLITE_OK);
+    Database other(path);
+    expectFailure(other, "insert into alarm values (4)", ErrorCategory::Busy, "55P03");
+    ASSERT_EQ(writer.run("ROLLBACK"), SQLITE_OK);
+
+    sqlite3_progress_handler(
+        other.handle(), 1, [](void*) { return 1; }, nullptr);
+    expectFailure(other, "select count(*) from alarm", ErrorCategory::Timeout, "57014");
+    sqlite3_progress_handler(other.handle(), 0, nullptr, nullptr);
+
+    sqlite3_limit(other.handle(), SQLITE_LIMIT_LENGTH, 16);
+    expectFailure(other, "select zeroblob(64)", ErrorCategory::InvalidValue, "22001");
+
+    Database missing(dir.file("no/such/dir.db"));
+    ASSERT_NE(missing.openStatus(), SQLITE_OK);
+    expectFailure(missing, "", ErrorCategory::ConnectionLost, "08001");
+
+    EXPECT_EQ(other.rows("select id from alarm"), Rows{{"1"}});
 }
 
 }  // namespace

@@ -40,7 +40,8 @@ InlineText builtInPieces(const std::string& text) {
     return built;
 }
 
-TEST(InlineText, KeepsEveryCharacterThroughAppendsCopiesAndMoves) {
+TEST(InlineText, KeepsEveryCharacterThroughAppendsCopiesMovesAndEnclosing) {
+    const std::string value = pattern(kInline);
     for (const std::size_t length : kLengths) {
         SCOPED_TRACE(length);
         const std::string expected = pattern(length);
@@ -52,6 +53,12 @@ TEST(InlineText, KeepsEveryCharacterThroughAppendsCopiesAndMoves) {
         InlineText assigned(std::string_view("something else entirely"));
         assigned = text;
         EXPECT_EQ(assigned.view(), expected);
+        InlineText doubled(text);
+        doubled.append(doubled.view());  // its own text, on either side of the boundary
+        EXPECT_EQ(doubled.view(), expected + expected);
+        InlineText enclosed(text);
+        vorn::detail::encloseConcat(enclosed, {"='", value, "'"});
+        EXPECT_EQ(enclosed.view(), "(" + expected + "='" + value + "')");
 
         InlineText moved(std::move(text));
         EXPECT_EQ(moved.view(), expected);
@@ -62,20 +69,6 @@ TEST(InlineText, KeepsEveryCharacterThroughAppendsCopiesAndMoves) {
         InlineText moveAssigned(std::string_view(pattern(2 * kInline)));
         moveAssigned = std::move(moved);
         EXPECT_EQ(moveAssigned.view(), expected);
-    }
-}
-
-TEST(InlineText, AppendsItsOwnTextAndEnclosesInPlaceOnEitherSideOfTheBoundary) {
-    const std::string value = pattern(kInline);
-    for (const std::size_t length : kLengths) {
-        SCOPED_TRACE(length);
-        const std::string half = pattern(length);
-        InlineText text(half);
-        text.append(text.view());
-        EXPECT_EQ(text.view(), half + half);
-        InlineText enclosed(half);
-        vorn::detail::encloseConcat(enclosed, {"='", value, "'"});
-        EXPECT_EQ(enclosed.view(), "(" + half + "='" + value + "')");
     }
 }
 

@@ -1,7 +1,6 @@
-// The DataSession contract on any store: batches of rows bound from columns.
+// The DataSession contract on any store: batches of rows bound from columns
+// (the values they store: tests/e2e/batch_exec_test.cpp).
 #include <cstdint>
-#include <cstdlib>
-#include <functional>
 
 #include "dal_fixture.h"
 
@@ -39,72 +38,35 @@ TEST_F(BatchTest, StatementsOtherThanInsertRunOncePerRow) {
     EXPECT_EQ(rowsOfU(), (Rows{{"0", "renamed"}}));
 }
 
-// Unsigned values above INT64_MAX keep their bits as signed integers; floats
-// are bound as the double of their value.
-TEST_F(BatchTest, NumbersAreStoredWithTheirExactValues) {
-    ASSERT_TRUE(run(m_session, "create table n(u bigint, f double precision)").ok());
-    std::vector<std::uint64_t> u{std::uint64_t{1} << 63, UINT64_MAX};
-    std::vector<float> f{0.1F, 1e-40F};
-    ASSERT_TRUE(
-        batch(m_session, "insert into n values({u}, {f})", Params().add("u", u).add("f", f).ref())
-            .ok());
-    const Rows rows = query(m_session, "select u, f from n order by u");
-    ASSERT_EQ(rows.size(), 2U);
-    EXPECT_EQ(rows[0][0], "-9223372036854775808");
-    EXPECT_EQ(rows[1][0], "-1");
-    EXPECT_EQ(std::strtod(rows[0][1].c_str(), nullptr), static_cast<double>(f[0])) << rows[0][1];
-    EXPECT_EQ(std::strtod(rows[1][1].c_str(), nullptr), static_cast<double>(f[1])) << rows[1][1];
-}
-
 TEST_F(BatchTest, MalformedParameterSetsAreRefusedBeforeAnythingRuns) {
     std::vector<std::int64_t> ids{1, 2, 3};
     std::vector<std::string> names{"a", "b"};
     std::vector<std::string> threeNames{"a", "b", "c"};
+    Params unequal, full, idsOnly, none, notContainer;
+    unequal.add("id", ids).add("name", names);
+    full.add("id", ids).add("name", threeNames);
+    idsOnly.add("id", ids);
+    notContainer.map["id"] = TypedRef{{typecode::kString, 0, nullptr}, &names};
     const std::string sql = "insert into u(id, name) values({id}, {name})";
     const struct {
         const char* what;
-        std::function<ExecResult()> call;
+        std::string sql;
+        TypedRef params;
         std::uint64_t code;
+        SqlKind kind = SqlKind::Batch;
     } cases[] = {
-        {"unequal columns",
-         [&] { return batch(m_session, sql, Params().add("id", ids).add("name", names).ref()); },
-         errc::kBadParameters},
-        {"unknown placeholder",
-         [&] {
-             return batch(m_session, "insert into u values({id}, {nmae})",
-                          Params().add("id", ids).add("name", threeNames).ref());
-         },
+        {"unequal columns", sql, unequal.ref(), errc::kBadParameters},
+        {"unknown placeholder", "insert into u values({id}, {nmae})", full.ref(),
          errc::kUnknownPlaceholder},
-        {"two statements",
-         [&] {
-             return batch(m_session, "insert into u values({id}, 'q'); delete from u",
-                          Params().add("id", ids).ref());
-         },
+        {"two statements", "insert into u values({id}, 'q'); delete from u", idsOnly.ref(),
          errc::kMultipleStatements},
-        {"read kind",
-         [&] {
-             return batch(m_session, sql, Params().add("id", ids).add("name", threeNames).ref(),
-                          SqlKind::Read);
-         },
-         errc::kBadParameters},
-        {"empty map", [&] { return batch(m_session, sql, Params().ref()); }, errc::kBadParameters},
-        {"not a map",
-         [&] {
-             Params p;
-             p.add("id", ids);
-             return batch(m_session, sql, p.map.begin()->second);
-         },
-         errc::kBadParameters},
-        {"column not a container",
-         [&] {
-             Params p;
-             p.map["id"] = TypedRef{{typecode::kString, 0, nullptr}, &names};
-             return batch(m_session, sql, p.ref());
-         },
-         errc::kBadParameters},
+        {"read kind", sql, full.ref(), errc::kBadParameters, SqlKind::Read},
+        {"empty map", sql, none.ref(), errc::kBadParameters},
+        {"not a map", sql, idsOnly.map.at("id"), errc::kBadParameters},
+        {"column not a container", sql, notContainer.ref(), errc::kBadParameters},
     };
     for (const auto& c : cases) {
-        const ExecResult status = c.call();
+        const ExecResult status = batch(m_session, c.sql, c.params, c.kind);
         EXPECT_EQ(status.errorCode(), c.code) << c.what;
         EXPECT_FALSE(detailOf(status).empty()) << c.what;
     }

@@ -3,13 +3,9 @@
 // tests/dal/data_source_test.cpp).
 #include <stdlib.h>
 
-#include <chrono>
-#include <thread>
-
 #include "dal_fixture.h"
 #include "exec/dal/postgresql/errors.h"
 #include "log_capture.h"
-#include "vorn/connections.h"
 
 namespace vorn::test {
 namespace {
@@ -82,34 +78,6 @@ TEST_F(PgConnection, WithoutStatementRollbackAFailureFailsTheTransaction) {
     ASSERT_TRUE(
         run(m_session, "insert into t values (5, 'e')").ok());  // the next call starts clean
     EXPECT_EQ(all(), (Rows{{"1", "one"}, {"2", "two"}, {"5", "e"}}));
-}
-
-// The server's own count of the sessions a thread of ours opened, once it has
-// seen the ones that ended go (within a bound).
-int serverSessionsSettled(const std::string& adminSession, const std::string& application,
-                          int expected) {
-    const std::string sql =
-        "select count(*) from pg_stat_activity where application_name = '" + application + "'";
-    int count = -1;
-    for (int attempt = 0; attempt < 200 && count != expected; ++attempt) {
-        const Rows rows = query(adminSession, sql);
-        count = rows.empty() ? -1 : std::stoi(rows[0][0]);
-        if (count != expected) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-    }
-    return count;
-}
-
-TEST_F(PgConnection, AThreadsConnectionsCloseWhenItEndsOrWhenAsked) {
-    const std::string application = "vorn_" + m_schema;
-    ASSERT_EQ(bindDataSource(m_session, withOptions(m_url, "application_name=" + application)), 0U);
-    std::thread([&] { EXPECT_TRUE(run(m_session, "select 1").ok()); }).join();
-    EXPECT_EQ(serverSessionsSettled(m_session, application, 1), 1);  // this query's own
-    EXPECT_GE(closeConnections(), 1U);
-    ASSERT_EQ(bindDataSource("x.admin", m_url), 0U);
-    EXPECT_EQ(serverSessionsSettled("x.admin", application, 0), 0);
-    unbindDataSource("x.admin");
 }
 
 TEST_F(PgConnection, AnUnreachableServerFailsWithoutShowingThePassword) {

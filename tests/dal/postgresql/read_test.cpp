@@ -4,6 +4,7 @@
 // and a read that fails after some rows, are the contract and end-to-end
 // suites' (on both stores).
 #include <string>
+#include <vector>
 
 #include "dal_fixture.h"
 
@@ -35,30 +36,53 @@ TEST_F(PgRead, FieldsOfPostgresTypesArriveInTheirTextForm) {
     }
 }
 
-// However a read ends, the transaction it ran in ends with it: a setting made
-// local to that transaction is gone for the next read.
+// However a read ends (read whole in one chunk or in several, given up
+// unread, with a short rest, which is read and thrown away, or with a long one
+// in rows or in bytes, which the server cancels, or failed), the transaction
+// it ran in ends with it: a setting local to that transaction is gone, the
+// next write commits, nothing fails with the cancel, and the server
+// connection is still the same. generate_series stands in the select list,
+// where its rows come as they are made.
 TEST_F(PgRead, AReadThatEndsLeavesNoTransactionBehind) {
-    const std::string local = "set_config('vorn.probe', 'set', true)";
+    ASSERT_TRUE(run(m_session, "create table t(v int8)").ok());
+    const std::string pid = query(m_session, "select pg_backend_pid()").at(0).at(0);
+    const std::string local = "select set_config('vorn.probe', 'set', true), ";
+    const auto rows = [&local](const char* count, const char* bytes) {
+        return local + "g, repeat('x', " + bytes + ") from (select generate_series(1, " + count +
+               ") g) s";
+    };
     const struct {
         std::string sql;
-        int rowsRead;  // -1: all
+        std::vector<long> reads;  // rows read before the reader is dropped; -1: all
     } cases[] = {
-        {"select " + local, -1},                                 // one chunk
-        {"select " + local + ", generate_series(1, 3000)", -1},  // several chunks
-        {"select " + local + ", generate_series(1, 3000)", 1},   // dropped early
-        {"select " + local + ", generate_series(1, 3000)", 0},   // dropped unread
-        {"select " + local + ", 1 / (g - 200) from generate_series(1, 300) g", -1},  // failed
+        {local + "1", {-1}},
+        {rows("3000", "20"), {-1, 0, 1, 1500}},
+        {rows("20000000", "20"), {0, 1, 1500}},
+        {rows("2000", "100000"), {0, 1, 1500}},
+        {local + "1 / (g - 200) from generate_series(1, 300) g", {-1}},  // fails
     };
+    int written = 0;
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.sql);
-        {
-            DataSession reader(m_session.c_str());
-            open(reader, c.sql);
-            ExecResult status;
-            readRows(reader, status, c.rowsRead);
+        for (const long read : c.reads) {
+            SCOPED_TRACE(c.sql + ", rows read: " + std::to_string(read));
+            {
+                DataSession reader(m_session.c_str());
+                open(reader, c.sql);
+                ExecResult status;
+                const long got = readRows(reader, status, read);
+                ASSERT_TRUE(read < 0 || got == read) << got;
+            }
+            EXPECT_EQ(query(m_session, "select current_setting('vorn.probe', true)"), (Rows{{""}}));
+            ASSERT_TRUE(
+                run(m_session, "insert into t values (" + std::to_string(++written) + ")").ok());
+            EXPECT_EQ(committedCount("t"), std::to_string(written));
+            ASSERT_TRUE(DataSession(m_session.c_str()).beginTransaction().ok());
+            EXPECT_EQ(query(m_session, "select count(*) from t"),
+                      (Rows{{std::to_string(written)}}));
+            ASSERT_TRUE(DataSession(m_session.c_str()).commit().ok());
         }
-        EXPECT_EQ(query(m_session, "select current_setting('vorn.probe', true)"), (Rows{{""}}));
     }
+    EXPECT_EQ(query(m_session, "select pg_backend_pid()"), (Rows{{pid}}));
 }
 
 TEST_F(PgRead, StatementsNoCursorCanRunAreReadWhole) {
@@ -73,41 +97,6 @@ TEST_F(PgRead, StatementsNoCursorCanRunAreReadWhole) {
     ASSERT_TRUE(DataSession(m_session.c_str()).beginTransaction().ok());
     EXPECT_EQ(query(m_session, "select v from t for update"), (Rows{{"b"}}));
     ASSERT_TRUE(DataSession(m_session.c_str()).commit().ok());
-}
-
-// A reader given up with a short rest (read and thrown away) or a long one,
-// in rows or in bytes (cancelled on the server): the next calls on the same
-// connection work, none of them fails with the cancel, and the server
-// connection is still the same. generate_series stands in the select list,
-// where its rows come as they are made.
-TEST_F(PgRead, AReaderGivenUpLeavesTheConnectionToTheNextCall) {
-    ASSERT_TRUE(run(m_session, "create table t(v int8)").ok());
-    const std::string pid = query(m_session, "select pg_backend_pid()").at(0).at(0);
-    const char* const reads[] = {
-        "select g, repeat('x', 20) from (select generate_series(1, 3000) g) s",
-        "select g, repeat('x', 20) from (select generate_series(1, 20000000) g) s",
-        "select g, repeat('x', 100000) from (select generate_series(1, 2000) g) s",
-    };
-    int written = 0;
-    for (const char* sql : reads) {
-        SCOPED_TRACE(sql);
-        for (const long read : {0L, 1L, 1500L}) {
-            {
-                DataSession reader(m_session.c_str());
-                open(reader, sql);
-                ExecResult status;
-                ASSERT_EQ(readRows(reader, status, read), read);
-            }
-            ASSERT_TRUE(
-                run(m_session, "insert into t values (" + std::to_string(++written) + ")").ok());
-            EXPECT_EQ(committedCount("t"), std::to_string(written));
-            ASSERT_TRUE(DataSession(m_session.c_str()).beginTransaction().ok());
-            EXPECT_EQ(query(m_session, "select count(*) from t"),
-                      (Rows{{std::to_string(written)}}));
-            ASSERT_TRUE(DataSession(m_session.c_str()).commit().ok());
-        }
-    }
-    EXPECT_EQ(query(m_session, "select pg_backend_pid()"), (Rows{{pid}}));
 }
 
 // Rows without columns are rows too, also when a call in between takes them in.
