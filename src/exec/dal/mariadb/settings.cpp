@@ -181,20 +181,10 @@ bool parseUrl(std::string_view text, MariadbSettings& out, std::string& problem)
     if (queryStart == std::string_view::npos) {
         return true;
     }
-    return forEachQueryPair(text.substr(queryStart + 1), [&](std::string_view pair, bool) {
-        if (pair.empty()) {
-            return true;
-        }
-        const QueryPair option = QueryPair::split(pair);
-        if (isSourceOption(option.key)) {
-            return true;  // the core's (source_options.h)
-        }
-        if (!option.hasValue) {
-            problem = "option \"" + std::string(option.key) + "\" has no value";
-            return false;
-        }
-        return applyOption(option.key, option.value, out, problem);
-    });
+    return forEachBackendOption(text.substr(queryStart + 1), problem,
+                                [&](std::string_view key, std::string_view value) {
+                                    return applyOption(key, value, out, problem);
+                                });
 }
 
 }  // namespace

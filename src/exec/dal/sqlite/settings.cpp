@@ -106,20 +106,10 @@ bool SqliteSettings::parse(const std::string& url, SqliteSettings& out, std::str
     if (query == std::string_view::npos) {
         return true;
     }
-    return forEachQueryPair(rest.substr(query + 1), [&](std::string_view pair, bool /*last*/) {
-        if (pair.empty()) {
-            return true;
-        }
-        const QueryPair option = QueryPair::split(pair);
-        if (isSourceOption(option.key)) {
-            return true;  // the core's (source_options.h)
-        }
-        if (!option.hasValue) {
-            problem = "option \"" + std::string(pair) + "\" has no value";
-            return false;
-        }
-        return applyOption(option.key, option.value, out, problem);
-    });
+    return forEachBackendOption(rest.substr(query + 1), problem,
+                                [&](std::string_view key, std::string_view value) {
+                                    return applyOption(key, value, out, problem);
+                                });
 }
 
 }  // namespace vorn::dal
